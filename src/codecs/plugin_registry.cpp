@@ -1,0 +1,119 @@
+#include "codecs/plugin_registry.h"
+
+#include <cwchar>
+#include <string>
+
+namespace mp4lib::codecs {
+
+namespace {
+
+// Room for ten plug-ins; discovery stops loading when the table is full.
+CodecPlugin table[MP4LIB_MAX_PLUGINS];
+int count = 0;
+ActivePlugins active;
+
+// Module file names longer than this are not searched beside.
+constexpr std::size_t kModuleNameCapacity = 255;
+
+template <typename Fn>
+Fn bindEntry(platform::ModuleHandle module, const char* name) {
+  return reinterpret_cast<Fn>(platform::findSymbol(module, name));
+}
+
+// Binds the eighteen entry points, in the order the interface lists them.
+void bindEntryPoints(CodecPlugin& plugin) {
+  const auto module = plugin.module;
+  plugin.getCodecID = bindEntry<Mp4PluginIdentityFn>(module, "getCodecID");
+  plugin.getCodecCategory = bindEntry<Mp4PluginIdentityFn>(module, "getCodecCategory");
+  plugin.getCodecTag = bindEntry<Mp4PluginIdentityFn>(module, "getCodecTag");
+  plugin.getCodecType = bindEntry<Mp4PluginIdentityFn>(module, "getCodecType");
+  plugin.getVersion = bindEntry<Mp4PluginIdentityFn>(module, "getVersion");
+  plugin.getAuthor = bindEntry<Mp4PluginIdentityFn>(module, "getAuthor");
+  plugin.isInitEncode = bindEntry<Mp4PluginIdentityFn>(module, "isInitEncode");
+  plugin.isInitDecode = bindEntry<Mp4PluginIdentityFn>(module, "isInitDecode");
+  plugin.initEncode = bindEntry<Mp4PluginInitFn>(module, "initEncode");
+  plugin.initDecode = bindEntry<Mp4PluginInitFn>(module, "initDecode");
+  plugin.finalizeEncode = bindEntry<Mp4PluginFinalizeFn>(module, "finalizeEncode");
+  plugin.finalizeDecode = bindEntry<Mp4PluginFinalizeFn>(module, "finalizeDecode");
+  plugin.encode = bindEntry<Mp4PluginCodeFn>(module, "encode");
+  plugin.decode = bindEntry<Mp4PluginCodeFn>(module, "decode");
+  plugin.getFrameTime = bindEntry<Mp4PluginIdentityFn>(module, "getFrameTime");
+  plugin.getDecodeYUV = bindEntry<Mp4PluginPlanesFn>(module, "getDecodeYUV");
+  plugin.getReconYUV = bindEntry<Mp4PluginPlanesFn>(module, "getReconYUV");
+  plugin.decodeFrameHeader = bindEntry<Mp4PluginHeaderFn>(module, "decodeFrameHeader");
+}
+
+// A plug-in without the four identity functions cannot be told apart from
+// any other and would crash discovery, so it is not kept.
+bool hasIdentity(const CodecPlugin& plugin) {
+  return plugin.getCodecID && plugin.getCodecCategory && plugin.getCodecTag && plugin.getCodecType;
+}
+
+void askIdentity(CodecPlugin& plugin) {
+  plugin.codecId = static_cast<std::uint32_t>(plugin.getCodecID());
+  plugin.codecCategory = static_cast<std::uint32_t>(plugin.getCodecCategory());
+  plugin.codecTag = static_cast<std::uint32_t>(plugin.getCodecTag());
+  plugin.codecType = static_cast<std::uint32_t>(plugin.getCodecType());
+}
+
+// Loads one candidate into the next free record; true when it was kept.
+bool loadPlugin(const std::wstring& path) {
+  CodecPlugin& plugin = table[count];
+  plugin = CodecPlugin{};
+  plugin.module = platform::loadLibrary(path.c_str());
+  if (plugin.module == nullptr) return false;
+  bindEntryPoints(plugin);
+  if (!hasIdentity(plugin)) {
+    platform::unloadLibrary(plugin.module);
+    plugin = CodecPlugin{};
+    return false;
+  }
+  askIdentity(plugin);
+  ++count;
+  return true;
+}
+
+}  // namespace
+
+void discoverCodecPlugins() {
+  wchar_t moduleFile[kModuleNameCapacity];
+  if (platform::moduleFileName(moduleFile, kModuleNameCapacity) == 0) {
+    count = 0;
+    return;
+  }
+  discoverCodecPluginsBeside(moduleFile);
+}
+
+void discoverCodecPluginsBeside(const wchar_t* moduleFile) {
+  count = 0;
+  if (moduleFile == nullptr) return;
+  const wchar_t* lastSeparator = std::wcsrchr(moduleFile, platform::kPathSeparator);
+  const std::wstring folder = lastSeparator ? std::wstring(moduleFile, lastSeparator + 1) : std::wstring();
+  for (const std::wstring& name : platform::findFiles(folder, platform::kPluginPattern)) {
+    if (count == MP4LIB_MAX_PLUGINS) break;
+    loadPlugin(folder + name);
+  }
+}
+
+void unloadCodecPlugins() {
+  for (int i = 0; i < count; ++i) {
+    platform::unloadLibrary(table[i].module);
+    table[i].module = nullptr;
+  }
+}
+
+int codecPluginCount() { return count; }
+
+CodecPlugin* codecPluginAt(int index) { return index >= 0 && index < count ? &table[index] : nullptr; }
+
+CodecPlugin* findCodecPluginByType(std::uint32_t codecType) {
+  for (int i = 0; i < count; ++i) {
+    // Records of unloaded modules point at code that is gone.
+    if (table[i].module != nullptr && table[i].codecType == codecType) return &table[i];
+  }
+  return nullptr;
+}
+
+ActivePlugins& activePlugins() { return active; }
+
+}  // namespace mp4lib::codecs

@@ -1,0 +1,63 @@
+// The codec plug-in table: discovery of the plug-in libraries beside mp4lib,
+// binding of their eighteen entry points, selection by codec type, and the
+// four plug-ins currently in use.
+#pragma once
+
+#include <cstdint>
+
+#include "mp4lib_plugin.h"
+#include "platform/platform.h"
+
+// One loaded plug-in. The identity values are asked once, at discovery.
+struct CodecPlugin {
+  mp4lib::platform::ModuleHandle module;  // null after unload
+  std::uint32_t codecId;
+  std::uint32_t codecCategory;
+  std::uint32_t codecTag;
+  std::uint32_t codecType;
+  Mp4PluginIdentityFn getCodecID;
+  Mp4PluginIdentityFn getCodecCategory;
+  Mp4PluginIdentityFn getCodecTag;
+  Mp4PluginIdentityFn getCodecType;
+  Mp4PluginIdentityFn getVersion;
+  Mp4PluginIdentityFn getAuthor;
+  Mp4PluginIdentityFn isInitEncode;
+  Mp4PluginIdentityFn isInitDecode;
+  Mp4PluginInitFn initEncode;
+  Mp4PluginInitFn initDecode;
+  Mp4PluginFinalizeFn finalizeEncode;
+  Mp4PluginFinalizeFn finalizeDecode;
+  Mp4PluginCodeFn encode;
+  Mp4PluginCodeFn decode;
+  Mp4PluginIdentityFn getFrameTime;
+  Mp4PluginPlanesFn getDecodeYUV;
+  Mp4PluginPlanesFn getReconYUV;
+  Mp4PluginHeaderFn decodeFrameHeader;
+};
+
+namespace mp4lib::codecs {
+
+// Fills the table from the folder of this library's own module file.
+void discoverCodecPlugins();
+// Fills the table from the folder of `moduleFile` (the text up to and
+// including its last path separator; none means the current folder).
+void discoverCodecPluginsBeside(const wchar_t* moduleFile);
+// Frees every loaded module. The count stays as it was.
+void unloadCodecPlugins();
+
+int codecPluginCount();
+CodecPlugin* codecPluginAt(int index);  // null outside 0..count-1
+// First plug-in in table order whose codec type equals `codecType`, or null.
+CodecPlugin* findCodecPluginByType(std::uint32_t codecType);
+
+// The plug-ins in use; every call into a plug-in after set-up goes through
+// one of these.
+struct ActivePlugins {
+  CodecPlugin* videoEncoder = nullptr;
+  CodecPlugin* audioEncoder = nullptr;
+  CodecPlugin* videoDecoder = nullptr;
+  CodecPlugin* audioDecoder = nullptr;
+};
+ActivePlugins& activePlugins();
+
+}  // namespace mp4lib::codecs
