@@ -61,6 +61,44 @@ MP4LIB_API uint32_t convertDWORDToBigEndian(uint32_t x);
 /* The same reversal, under the name the reader uses. */
 MP4LIB_API uint32_t convertDWORDToLittleEndian(uint32_t x);
 
+/* ---- RGB to YUV 4:2:0 ------------------------------------------------------
+ * Short planar YUV 4:2:0: Y plane of width x height 16-bit samples (0..255),
+ * then U and V of (width/2) x (height/2). RGB16 is one little-endian 5-6-5
+ * word per pixel, RGB24 three bytes per pixel (blue, green, red); both top
+ * row first without row padding. */
+
+/* Converts an RGB16 picture of the encoder's input size into the encoder's
+ * frame planes at its coded size (resampling when the encoder resizes).
+ * `option` is passed by encode_RGB16_video and not used. */
+MP4LIB_API void rgb16_yuv420(const uint16_t* rgb, int16_t* y, int16_t* u, int16_t* v, int32_t width, int32_t height,
+                             uint8_t option);
+
+/* The same for RGB24. */
+MP4LIB_API void rgb24_yuv420(const uint8_t* rgb, int16_t* y, int16_t* u, int16_t* v, int32_t width, int32_t height,
+                             uint8_t option);
+
+/* ---- YUV repacking into the encoder's frame planes ----------------------------
+ * Width and height are the input size; the encoder context supplies the
+ * coded size and whether to resample. */
+
+/* Packed 4:2:2, bytes U Y0 V Y1 per pixel pair. */
+MP4LIB_API void yuv422_yuv420(const uint8_t* yuv, int16_t* y, int16_t* u, int16_t* v, int32_t width, int32_t height);
+/* Byte planar 4:2:2 in one buffer (Y, then U, then V). */
+MP4LIB_API void byte_yuv422_yuv420_planner(const uint8_t* yuv, int16_t* y, int16_t* u, int16_t* v, int32_t width,
+                                           int32_t height);
+/* Byte planar 4:2:2 as three planes. */
+MP4LIB_API void byte_yuv422_yuv420_planner_s3(const uint8_t* srcY, const uint8_t* srcU, const uint8_t* srcV, int16_t* y,
+                                              int16_t* u, int16_t* v, int32_t width, int32_t height);
+/* Byte planar 4:2:0 in one buffer. */
+MP4LIB_API void byte_yuv420_yuv420_planner(const uint8_t* yuv, int16_t* y, int16_t* u, int16_t* v, int32_t width,
+                                           int32_t height);
+/* Byte planar 4:2:0 as three planes. */
+MP4LIB_API void byte_yuv420_yuv420_planner_s3(const uint8_t* srcY, const uint8_t* srcU, const uint8_t* srcV, int16_t* y,
+                                              int16_t* u, int16_t* v, int32_t width, int32_t height);
+/* Short planar 4:2:0 in one buffer. */
+MP4LIB_API void short_yuv420_yuv420_planner(const int16_t* yuv, int16_t* y, int16_t* u, int16_t* v, int32_t width,
+                                            int32_t height);
+
 #ifdef __cplusplus
 }
 #endif
