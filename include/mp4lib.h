@@ -99,6 +99,83 @@ MP4LIB_API void byte_yuv420_yuv420_planner_s3(const uint8_t* srcY, const uint8_t
 MP4LIB_API void short_yuv420_yuv420_planner(const int16_t* yuv, int16_t* y, int16_t* u, int16_t* v, int32_t width,
                                             int32_t height);
 
+/* ---- Playback: decoder context ---------------------------------------------
+ * One movie is played at a time. Times are milliseconds; entries count from
+ * 0 (video: samples; audio: samples, or chunks on tracks of constant sample
+ * size). */
+
+/* Opens and parses a 3GP/MP4 file, chooses one video and one audio track and
+ * starts their codec plug-ins; *params receives the movie parameter block.
+ * 1, or 0 (encoder open, file unreadable, first track empty, no plug-in). */
+MP4LIB_API int32_t initDecoder(const wchar_t* path, MovieParams** params);
+
+/* Closes the movie and frees everything initDecoder built. */
+MP4LIB_API void finalizeDecoder(void);
+
+/* Movie duration in ms; 1, also with no movie open (then *ms is untouched). */
+MP4LIB_API int32_t getMovieDuration(uint32_t* ms);
+/* Video track duration in ms; 1, or 0 without video. */
+MP4LIB_API int32_t getVideoDuration(uint32_t* ms);
+/* Duration of ONE audio sample in ms (not of the track); 1, or 0 without audio. */
+MP4LIB_API int32_t getAudioDuration(uint32_t* ms);
+/* Video entries; 1, or 0 without video. */
+MP4LIB_API int32_t getVideoFrameNum(uint32_t* count);
+/* Audio entries; 1, or 0 without audio. */
+MP4LIB_API int32_t getAudioFrameNum(uint32_t* count);
+/* Video samples waiting in the read-ahead queue. */
+MP4LIB_API int32_t getVideoObjSize(void);
+/* Audio samples waiting in the read-ahead queue. */
+MP4LIB_API int32_t getAudioObjSize(void);
+/* 1 once every sample has been read into the queues (frames may still wait
+ * there), else 0. */
+MP4LIB_API int32_t isStreamEnd(void);
+
+/* ---- Playback: track decoding ---------------------------------------------- */
+
+/* Decodes video entry `entry` (from the preceding key frame when needed).
+ * yuv: byte planar YUV 4:2:0 at the decoded size, or null; *size: picture
+ * bytes from the plug-in; *timeMs: the entry's time. 1, or 0. */
+MP4LIB_API int32_t decode_video_track(int32_t entry, uint8_t* yuv, uint32_t* size, uint32_t* timeMs);
+/* As decode_video_track, and *durationMs the entry's duration. 1, or 0. */
+MP4LIB_API int32_t decode_video_trackEx(int32_t entry, uint8_t* yuv, uint32_t* size, uint32_t* timeMs,
+                                        uint32_t* durationMs);
+/* Decodes the next slice (at most 2048 bytes) of audio entry `entry` into
+ * pcm (*pcmLength: capacity in, bytes out); *timeMs: the entry's start;
+ * *bytesLeft: bytes of the entry still to read. The plug-in's result, or 0. */
+MP4LIB_API Mp4Word decode_audio_track(int32_t entry, uint8_t* pcm, uint32_t* pcmLength, uint32_t* timeMs,
+                                      uint32_t* bytesLeft);
+
+/* ---- Playback: seeking ----------------------------------------------------- */
+
+/* Moves playback to timeMs: audio first (to a byte inside an entry), video to
+ * the time audio lands on. Out pointers may be null. 1; 0 when audio could not
+ * be placed (negative time) or the wave-out device could not be reset. */
+MP4LIB_API int32_t seek(int32_t timeMs, int32_t* usedMs, int32_t* videoEntry, int32_t* audioEntry);
+/* Places the next audio read at timeMs: *entry, *offset (bytes into it),
+ * *adjustedMs (the time it stands for). 1, or 0 for a negative time. */
+MP4LIB_API int32_t setAudioEntryByTime(int32_t timeMs, int32_t* entry, uint32_t* offset, int32_t* adjustedMs);
+/* Video entry shown at timeMs. 1, or 0 without video. */
+MP4LIB_API int32_t getVideoEntryByTime(int32_t timeMs, int32_t* entry);
+/* Time of a video entry in ms. 1, or 0 without video. */
+MP4LIB_API int32_t getVideoTimeByEntry(int32_t entry, uint32_t* timeMs);
+
+/* ---- Playback: queue-driven decoding ---------------------------------------
+ * Samples are read ahead in file order into an 8-slot audio and a 16-slot
+ * video queue; each call decodes the oldest. One thread at a time. */
+
+/* Decodes the next audio sample into pcm (*pcmLength as for
+ * decode_audio_track). The plug-in's result; 0 when nothing is queued. */
+MP4LIB_API Mp4Word decodeAudio(uint8_t* pcm, uint32_t* pcmLength);
+/* Decodes the next video sample; yuv (byte planar 4:2:0 at the decoded size,
+ * or null) goes to the plug-in as its picture buffer. *timeMs: its time,
+ * computed from the low 8 bits of its number (it wraps after 256 samples).
+ * The plug-in's result; 0 when no movie is open or nothing is queued. */
+MP4LIB_API Mp4Word decodeVideo(uint8_t* yuv, uint32_t* timeMs);
+/* As decodeVideo, and *durationMs the sample's duration. */
+MP4LIB_API Mp4Word decodeVideoEx(uint8_t* yuv, uint32_t* timeMs, uint32_t* durationMs);
+/* The video plug-in's last picture (getDecodeYUV). 0 without a video decoder. */
+MP4LIB_API Mp4Word decode_getyuv(uint8_t** y, uint8_t** u, uint8_t** v, uint32_t* pitch, uint32_t* chromaPitch);
+
 #ifdef __cplusplus
 }
 #endif
