@@ -1,9 +1,9 @@
 // Vector versions of the hottest row routines. Each handles a leading part
 // of a row and returns how many 2 x 2 blocks it converted; the caller does
 // the rest with the scalar reference, so every output sample is the one the
-// reference gives. x86-64 always has SSE2 and the ARM builds have NEON only
-// when the compiler targets it, so the choice is made when compiling; tests
-// switch the vectors off to compare against the references.
+// reference gives. x86-64 always has SSE2, so the choice is made when
+// compiling; other targets (32-bit ARM among them) use the scalar routines.
+// Tests switch the vectors off to compare against the references.
 #pragma once
 
 #include <cstdint>
@@ -13,13 +13,11 @@
 
 #if defined(__SSE2__)
 #define MP4LIB_PIXELS_SSE2 1
-#elif defined(__ARM_NEON)
-#define MP4LIB_PIXELS_NEON 1
 #endif
 
 namespace mp4lib::pixels::simd {
 
-// "sse2", "neon" or "none".
+// "sse2" or "none".
 const char* instructionSet();
 
 // True unless switched off (and always false when this build has none).

@@ -1,7 +1,7 @@
 // Builds without vector instructions: every row goes to the scalar routines.
 #include "pixels/simd.h"
 
-#if !defined(MP4LIB_PIXELS_SSE2) && !defined(MP4LIB_PIXELS_NEON)
+#if !defined(MP4LIB_PIXELS_SSE2)
 
 namespace mp4lib::pixels::simd {
 

@@ -6,7 +6,7 @@ namespace mp4lib::pixels::simd {
 
 namespace {
 
-#if defined(MP4LIB_PIXELS_SSE2) || defined(MP4LIB_PIXELS_NEON)
+#if defined(MP4LIB_PIXELS_SSE2)
 constexpr bool kCompiledIn = true;
 #else
 constexpr bool kCompiledIn = false;
@@ -19,8 +19,6 @@ std::atomic<bool> switchedOn{true};
 const char* instructionSet() {
 #if defined(MP4LIB_PIXELS_SSE2)
   return "sse2";
-#elif defined(MP4LIB_PIXELS_NEON)
-  return "neon";
 #else
   return "none";
 #endif
