@@ -90,11 +90,31 @@ void storeBlocks4(const Coefficients& k, const Pixels4 pixels[4], const YuvRowPa
   storeChroma4(out.v + i, topEven.v, topOdd.v, bottomEven.v, bottomOdd.v);
 }
 
-// Pixels `first`, first + 2, + 4, + 6 of an RGB24 row (bytes blue, green, red).
-Pixels4 rgb24Pixels(const std::uint8_t* row, int first) {
-  const std::uint8_t* p = row + 3 * first;
-  return {_mm_setr_epi32(p[2], p[8], p[14], p[20]), _mm_setr_epi32(p[1], p[7], p[13], p[19]),
-          _mm_setr_epi32(p[0], p[6], p[12], p[18])};
+// Components of pixels held in the low 24 bits of 32-bit lanes (blue,
+// green, red from the lowest byte up).
+Pixels4 rgb24Components(__m128i lanes) {
+  const __m128i byteMask = _mm_set1_epi32(0xFF);
+  return {_mm_and_si128(_mm_srli_epi32(lanes, 16), byteMask), _mm_and_si128(_mm_srli_epi32(lanes, 8), byteMask),
+          _mm_and_si128(lanes, byteMask)};
+}
+
+// Lanes 0 and 2 of a and of b, in that order.
+__m128i evenLanes(__m128i a, __m128i b) {
+  return _mm_unpacklo_epi64(_mm_shuffle_epi32(a, _MM_SHUFFLE(3, 1, 2, 0)), _mm_shuffle_epi32(b, _MM_SHUFFLE(3, 1, 2, 0)));
+}
+
+// The even pixels (0, 2, 4, 6) and the odd ones (1, 3, 5, 7) of eight RGB24
+// pixels, reading exactly their 24 bytes. Each 64-bit lane gets one pixel
+// pair: the even pixel in bits 0-23, the odd one in bits 24-47.
+void rgb24Pixels8(const std::uint8_t* row, Pixels4& even, Pixels4& odd) {
+  const __m128i pairs01 = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(row));
+  const __m128i pairs23 = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(row + 6));
+  const __m128i pairs45 = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(row + 12));
+  const __m128i pairs67 = _mm_srli_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(row + 16)), 16);
+  const __m128i first = _mm_unpacklo_epi64(pairs01, pairs23);
+  const __m128i second = _mm_unpacklo_epi64(pairs45, pairs67);
+  even = rgb24Components(evenLanes(first, second));
+  odd = rgb24Components(evenLanes(_mm_srli_epi64(first, 24), _mm_srli_epi64(second, 24)));
 }
 
 // Widens 5-6-5 words in 32-bit lanes; the low bits stay zero.
@@ -192,9 +212,9 @@ std::int32_t rgb24RowPairs(const std::uint8_t* top, const std::uint8_t* bottom, 
   const Coefficients k = loadCoefficients();
   const std::int32_t done = pairs & ~3;
   for (std::int32_t i = 0; i < done; i += 4) {
-    const std::uint8_t* t = top + 6 * i;
-    const std::uint8_t* b = bottom + 6 * i;
-    const Pixels4 pixels[4] = {rgb24Pixels(t, 0), rgb24Pixels(t, 1), rgb24Pixels(b, 0), rgb24Pixels(b, 1)};
+    Pixels4 pixels[4];
+    rgb24Pixels8(top + 6 * i, pixels[0], pixels[1]);
+    rgb24Pixels8(bottom + 6 * i, pixels[2], pixels[3]);
     storeBlocks4<LumaOrder::BlueFirst>(k, pixels, out, i);
   }
   return done;
