@@ -69,7 +69,10 @@ MP4LIB_API uint32_t convertDWORDToLittleEndian(uint32_t x);
 
 /* Converts an RGB16 picture of the encoder's input size into the encoder's
  * frame planes at its coded size (resampling when the encoder resizes).
- * `option` is passed by encode_RGB16_video and not used. */
+ * Builds the RGB16 lookup tables if initMp4Lib has not; without memory for
+ * them the frame is left as it was. Without the resize flag the planes are
+ * written at the input size. `option` is passed by encode_RGB16_video and
+ * not used. */
 MP4LIB_API void rgb16_yuv420(const uint16_t* rgb, int16_t* y, int16_t* u, int16_t* v, int32_t width, int32_t height,
                              uint8_t option);
 
