@@ -7,7 +7,6 @@
 
 #include "frame/encoder_context.h"
 #include "mp4lib.h"
-#include "pixels/colour_equations.h"
 #include "pixels/rgb_rows.h"
 #include "pixels/tables.h"
 
@@ -45,45 +44,49 @@ ResizeSteps resizeSteps(std::int32_t width, std::int32_t height, std::uint32_t c
           (static_cast<std::uint32_t>(height) << 15) / codedHeight};
 }
 
-// Resize path. `pixelAt` gives Y, U, V of the source pixel at (column, row).
-// Every position is below the input size, since (coded - 1) steps stay short
-// of the input size << 15.
-template <typename PixelAt>
-void convertResized(PixelAt pixelAt, std::int16_t* y, std::int16_t* u, std::int16_t* v, std::int32_t width,
-                    std::int32_t height) {
+// Resize path. The pixels each output row pair takes from its two source
+// rows are gathered, a chunk of blocks at a time, into two short rows that
+// the direct path's row routine converts. Every position is below the input
+// size, since (coded - 1) steps stay short of the input size << 15.
+template <std::ptrdiff_t ElementsPerPixel, typename Pixel, typename RowPairFn>
+void convertResized(const Pixel* rgb, std::int16_t* y, std::int16_t* u, std::int16_t* v, std::int32_t width,
+                    std::int32_t height, RowPairFn rowPair) {
   const EncoderContext& context = frame::encoderContext();
   const std::uint32_t codedWidth = context.codedWidth;
   const std::uint32_t codedHeight = context.codedHeight;
   if (width < 1 || height < 1 || codedWidth < 2 || codedHeight < 2) return;
   const ResizeSteps step = resizeSteps(width, height, codedWidth, codedHeight);
-  std::size_t chroma = 0;
+  const std::size_t pitch = static_cast<std::size_t>(width) * ElementsPerPixel;
+  const std::uint32_t pairs = codedWidth / 2;
+  constexpr std::uint32_t kChunk = 64;  // blocks per gathered run
+  Pixel top[2 * kChunk * ElementsPerPixel];
+  Pixel bottom[2 * kChunk * ElementsPerPixel];
+  const auto copyPixel = [](const Pixel* from, Pixel* to) {
+    for (std::ptrdiff_t e = 0; e < ElementsPerPixel; ++e) to[e] = from[e];
+  };
   for (std::uint32_t j = 0; j < codedHeight / 2; ++j) {
     const std::uint32_t down = 2 * j * step.down;
-    const std::uint32_t rowTop = down >> 15;
-    const std::uint32_t rowBottom = (down + step.down) >> 15;
+    const Pixel* rowTop = rgb + (down >> 15) * pitch;
+    const Pixel* rowBottom = rgb + ((down + step.down) >> 15) * pitch;
     std::int16_t* yTop = y + static_cast<std::size_t>(2 * j) * codedWidth;
-    std::int16_t* yBottom = yTop + codedWidth;
-    for (std::uint32_t i = 0; i < codedWidth / 2; ++i, ++chroma) {
-      const std::uint32_t across = 2 * i * step.across;
-      const std::uint32_t left = across >> 15;
-      const std::uint32_t right = (across + step.across) >> 15;
-      const auto a = pixelAt(left, rowTop), b = pixelAt(right, rowTop);
-      const auto c = pixelAt(left, rowBottom), d = pixelAt(right, rowBottom);
-      yTop[2 * i] = static_cast<std::int16_t>(a.y);
-      yTop[2 * i + 1] = static_cast<std::int16_t>(b.y);
-      yBottom[2 * i] = static_cast<std::int16_t>(c.y);
-      yBottom[2 * i + 1] = static_cast<std::int16_t>(d.y);
-      u[chroma] = static_cast<std::int16_t>((a.u + b.u + c.u + d.u) >> 2);
-      v[chroma] = static_cast<std::int16_t>((a.v + b.v + c.v + d.v) >> 2);
+    const std::size_t chromaRow = static_cast<std::size_t>(j) * pairs;
+    for (std::uint32_t first = 0; first < pairs; first += kChunk) {
+      const std::uint32_t count = pairs - first < kChunk ? pairs - first : kChunk;
+      for (std::uint32_t i = 0; i < count; ++i) {
+        const std::uint32_t across = 2 * (first + i) * step.across;
+        const std::size_t left = (across >> 15) * ElementsPerPixel;
+        const std::size_t right = ((across + step.across) >> 15) * ElementsPerPixel;
+        copyPixel(rowTop + left, top + 2 * i * ElementsPerPixel);
+        copyPixel(rowTop + right, top + (2 * i + 1) * ElementsPerPixel);
+        copyPixel(rowBottom + left, bottom + 2 * i * ElementsPerPixel);
+        copyPixel(rowBottom + right, bottom + (2 * i + 1) * ElementsPerPixel);
+      }
+      rowPair(top, bottom, static_cast<std::int32_t>(count),
+              YuvRowPair{yTop + 2 * first, yTop + codedWidth + 2 * first, u + chromaRow + first,
+                         v + chromaRow + first});
     }
   }
 }
-
-struct PixelYuv {
-  int y;
-  int u;
-  int v;
-};
 
 void convertRgb16ForEncoder(const std::uint16_t* rgb, std::int16_t* y, std::int16_t* u, std::int16_t* v,
                             std::int32_t width, std::int32_t height) {
@@ -91,31 +94,22 @@ void convertRgb16ForEncoder(const std::uint16_t* rgb, std::int16_t* y, std::int1
   // them) the frame is left as it is.
   if (!buildLookupTables()) return;
   const LookupTables tables = lookupTables();
-  if (!resizing()) {
-    convertDirect(rgb, 1, y, u, v, width, height,
-                  [&tables](const std::uint16_t* top, const std::uint16_t* bottom, std::int32_t pairs,
-                            const YuvRowPair& out) { rgb16LookupRowPair(top, bottom, pairs, tables, out); });
-    return;
+  const auto rowPair = [&tables](const std::uint16_t* top, const std::uint16_t* bottom, std::int32_t pairs,
+                                 const YuvRowPair& out) { rgb16LookupRowPair(top, bottom, pairs, tables, out); };
+  if (resizing()) {
+    convertResized<1>(rgb, y, u, v, width, height, rowPair);
+  } else {
+    convertDirect(rgb, 1, y, u, v, width, height, rowPair);
   }
-  const auto pixelAt = [&](std::uint32_t column, std::uint32_t row) -> PixelYuv {
-    const std::uint16_t word = rgb[static_cast<std::size_t>(row) * static_cast<std::uint32_t>(width) + column];
-    return {tables.y[word], tables.u[word], tables.v[word]};
-  };
-  convertResized(pixelAt, y, u, v, width, height);
 }
 
 void convertRgb24ForEncoder(const std::uint8_t* rgb, std::int16_t* y, std::int16_t* u, std::int16_t* v,
                             std::int32_t width, std::int32_t height) {
-  const CoefficientTables& k = coefficientTables();
-  if (!resizing()) {
+  if (resizing()) {
+    convertResized<3>(rgb, y, u, v, width, height, rgb24RowPair);
+  } else {
     convertDirect(rgb, 3, y, u, v, width, height, rgb24RowPair);
-    return;
   }
-  const auto pixelAt = [&](std::uint32_t column, std::uint32_t row) -> PixelYuv {
-    const Rgb c = rgb24Pixel(rgb + 3 * (static_cast<std::size_t>(row) * static_cast<std::uint32_t>(width) + column));
-    return {lumaBlueFirst(k, c), blueDifference(k, c), redDifference(k, c)};
-  };
-  convertResized(pixelAt, y, u, v, width, height);
 }
 
 }  // namespace

@@ -272,7 +272,7 @@ TEST_P(RandomRgbPictures, EncoderResizePathMatchesReference) {
   std::uint32_t seed = 200;
   const int sizes[][4] = {{16, 12, 8, 6}, {8, 6, 16, 12}, {176, 144, 128, 96}, {30, 20, 176, 144},
                           {7, 5, 4, 2},   {1, 1, 2, 2},   {3, 2, 10, 4},       {20, 16, 20, 16},
-                          {33, 17, 12, 10}, {4, 4, 3, 3}, {5, 3, 2, 1}};
+                          {33, 17, 12, 10}, {4, 4, 3, 3}, {5, 3, 2, 1}, {400, 8, 300, 6}, {150, 4, 302, 4}};
   for (const auto& s : sizes) {
     const int width = s[0], height = s[1], codedWidth = s[2], codedHeight = s[3];
     EncoderPictureScope scope(static_cast<std::uint32_t>(codedWidth), static_cast<std::uint32_t>(codedHeight), true);
