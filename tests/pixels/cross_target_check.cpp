@@ -4,7 +4,7 @@
 // repository root:
 //
 //   arm-linux-gnueabihf-g++ -std=c++17 -O2 -ffp-contract=off -Iinclude -Isrc -Itests
-//     tests/pixels/cross_target_check.cpp src/pixels/*.cpp src/frame/encoder_context.cpp \
+//     tests/pixels/cross_target_check.cpp src/pixels/*.cpp src/frame/encoder_context.cpp
 //     tests/pixels/pixel_reference.cpp -static -o check_arm && qemu-arm ./check_arm
 //   x86_64-w64-mingw32-g++ (same arguments, plus -DMP4LIB_STATIC) -o check.exe && wine ./check.exe
 //
