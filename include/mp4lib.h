@@ -193,6 +193,26 @@ MP4LIB_API int32_t decode_video_trackEx(int32_t entry, uint8_t* yuv, uint32_t* s
 MP4LIB_API Mp4Word decode_audio_track(int32_t entry, uint8_t* pcm, uint32_t* pcmLength, uint32_t* timeMs,
                                       uint32_t* bytesLeft);
 
+/* Entry `entry` as RGB24 at the display size (resized when the parameter
+ * block asks for it); *size = width x height x 3. 1, or 0 (entry outside the
+ * track, nothing decoded). */
+MP4LIB_API int32_t decode_RGB24_video_track(int32_t entry, uint8_t* rgb, uint32_t* size, uint32_t* timeMs);
+/* As decode_RGB24_video_track in RGB16; *size = width x height x 2. */
+MP4LIB_API int32_t decode_RGB16_video_track(int32_t entry, uint8_t* rgb, uint32_t* size, uint32_t* timeMs);
+/* As decode_RGB24_video_track, and *durationMs the entry's duration. */
+MP4LIB_API int32_t decode_RGB24_video_trackEx(int32_t entry, uint8_t* rgb, uint32_t* size, uint32_t* timeMs,
+                                              uint32_t* durationMs);
+/* As decode_RGB16_video_track, and *durationMs the entry's duration. */
+MP4LIB_API int32_t decode_RGB16_video_trackEx(int32_t entry, uint8_t* rgb, uint32_t* size, uint32_t* timeMs,
+                                              uint32_t* durationMs);
+/* Entry `entry` as RGB24 at targetWidth x targetHeight; *size = target
+ * width x height x 3. 1, or 0. */
+MP4LIB_API int32_t decode_RGB24_video_trackEx2(int32_t entry, uint8_t* rgb, uint32_t* size, int32_t targetWidth,
+                                               int32_t targetHeight, uint32_t* timeMs, uint32_t* durationMs);
+/* As decode_RGB24_video_trackEx2 in RGB16; *size = target width x height x 2. */
+MP4LIB_API int32_t decode_RGB16_video_trackEx2(int32_t entry, uint8_t* rgb, uint32_t* size, int32_t targetWidth,
+                                               int32_t targetHeight, uint32_t* timeMs, uint32_t* durationMs);
+
 /* ---- Playback: seeking ----------------------------------------------------- */
 
 /* Moves playback to timeMs: audio first (to a byte inside an entry), video to
@@ -221,6 +241,16 @@ MP4LIB_API Mp4Word decodeAudio(uint8_t* pcm, uint32_t* pcmLength);
 MP4LIB_API Mp4Word decodeVideo(uint8_t* yuv, uint32_t* timeMs);
 /* As decodeVideo, and *durationMs the sample's duration. */
 MP4LIB_API Mp4Word decodeVideoEx(uint8_t* yuv, uint32_t* timeMs, uint32_t* durationMs);
+/* The next video sample as RGB24 in rgb: at the coded size, or resized to the
+ * output size when bit 0 of the parameter block's lowFlagBits is set. The
+ * decode result; nothing is converted when decoding fails. */
+MP4LIB_API Mp4Word decodeRGB24Video(uint8_t* rgb, uint32_t* timeMs);
+/* As decodeRGB24Video in RGB16. */
+MP4LIB_API Mp4Word decodeRGB16Video(uint8_t* rgb, uint32_t* timeMs);
+/* As decodeRGB24Video, and *durationMs the sample's duration. */
+MP4LIB_API Mp4Word decodeRGB24VideoEx(uint8_t* rgb, uint32_t* timeMs, uint32_t* durationMs);
+/* As decodeRGB16Video, and *durationMs the sample's duration. */
+MP4LIB_API Mp4Word decodeRGB16VideoEx(uint8_t* rgb, uint32_t* timeMs, uint32_t* durationMs);
 /* The video plug-in's last picture (getDecodeYUV). 0 without a video decoder. */
 MP4LIB_API Mp4Word decode_getyuv(uint8_t** y, uint8_t** u, uint8_t** v, uint32_t* pitch, uint32_t* chromaPitch);
 

@@ -298,10 +298,15 @@ typedef struct AudioDecoderConfig {
  *          Output is interleaved signed 16-bit little-endian PCM.
  *   video: in = one access unit (codec id 13: one start-code unit, and e is
  *          its start-code byte; other ids: one whole frame, e = 0),
- *          c = nonzero when the picture is wanted, 0 while the library only
- *          decodes up to a later frame, d = uint32_t* receiving the decoded
- *          picture size in bytes (decodedWidth x decodedHeight x 3 / 2), or 0.
- *          After a successful decode getDecodeYUV describes the picture.
+ *          c = uint8_t* buffer that receives the picture as byte planar YUV
+ *          4:2:0 at decodedWidth x decodedHeight (Y, then U, then V, rows
+ *          packed), or 0 when the picture is not wanted there: while the
+ *          library only decodes up to a later frame, for the RGB forms (which
+ *          convert from getDecodeYUV) and when the application passed none.
+ *          d = uint32_t* receiving the decoded picture size in bytes
+ *          (decodedWidth x decodedHeight x 3 / 2), or 0.
+ *          After a successful decode getDecodeYUV describes the picture,
+ *          whether or not c was given.
  *
  * getDecodeYUV(y, u, v, pitch, chromaPitch) and getReconYUV(same)
  *   y, u, v = uint8_t** receiving the three 8-bit planes of the last decoded
