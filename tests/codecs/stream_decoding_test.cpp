@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <thread>
 #include <vector>
 
 #include "codecs/sample_queues.h"
@@ -210,6 +211,30 @@ TEST_F(StreamDecoding, DecodedPlanesComeFromTheVideoPlugin) {
   EXPECT_EQ(chroma, 1u);
   h263->planeY = nullptr;
   EXPECT_EQ(decode_getyuv(&planes[0], &planes[1], &planes[2], &pitch, &chroma), 0u);
+}
+
+TEST_F(StreamDecoding, QueueAndTrackDecodingShareTheFileFromTwoThreads) {
+  MovieSpec spec;
+  spec.tracks = {videoSpec(markedFrames(200, {0})), amrSpec(300)};
+  ASSERT_EQ(open(spec), 1);
+  std::vector<std::uint8_t> expected(built.bytes.begin() + built.sampleOffsets[1][0],
+                                     built.bytes.begin() + built.sampleOffsets[1][0] + 32);
+  int videoFrames = 0;
+  std::thread video([&videoFrames] {
+    std::uint32_t time = 0;
+    while (decodeVideo(nullptr, &time) != 0) ++videoFrames;
+  });
+  // Track decoding of audio on this thread: every read must see its own bytes.
+  std::vector<std::uint8_t> pcm(4096);
+  int matching = 0;
+  for (int round = 0; round < 300; ++round) {
+    std::uint32_t length = 4096, time = 0, left = 0;
+    ASSERT_EQ(decode_audio_track(0, pcm.data(), &length, &time, &left), 1u);
+    matching += std::equal(expected.begin(), expected.end(), pcm.begin()) ? 1 : 0;
+  }
+  video.join();
+  EXPECT_EQ(videoFrames, 200);
+  EXPECT_EQ(matching, 300);
 }
 
 }  // namespace
