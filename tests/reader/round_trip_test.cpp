@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "codecs/plugin_registry.h"
+#include "frame/movie_context.h"
 #include "mp4lib.h"
 #include "support/recording.h"
 #include "support/test_plugin.h"
