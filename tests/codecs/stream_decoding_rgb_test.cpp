@@ -16,14 +16,14 @@ class StreamDecodingRgb : public DecoderTest {
     setYUV2RGBMethod(0);
   }
   void openMovie(std::uint32_t flags) {
-    MovieSpec spec;
-    spec.tracks = {videoSpec(markedFrames(4, {0}), "s263", kSide, kSide)};
-    spec.withVendor = true;
-    spec.vendor.words[4] = 8;
-    spec.vendor.words[5] = 8;
-    spec.vendor.words[7] = flags;
-    spec.vendor.videoCodecTypeInHostOrder(MP4LIB_CODEC_TYPE_H263);
-    ASSERT_EQ(open(spec), 1);
+    MovieLayout layout;
+    layout.tracks = {videoLayout(markedFrames(4, {0}), "s263", kSide, kSide)};
+    layout.withVendor = true;
+    layout.vendor.words[4] = 8;
+    layout.vendor.words[5] = 8;
+    layout.vendor.words[7] = flags;
+    layout.vendor.videoCodecTypeInHostOrder(MP4LIB_CODEC_TYPE_H263);
+    ASSERT_EQ(open(layout), 1);
     h263 = control(MP4LIB_CODEC_TYPE_H263);
     picture.lend(h263);
   }

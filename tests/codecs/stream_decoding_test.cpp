@@ -14,11 +14,11 @@ namespace {
 
 using StreamDecoding = DecoderTest;
 
-MovieSpec videoOnly(std::size_t frames, std::vector<std::pair<std::uint32_t, std::uint32_t>> timing = {}) {
-  MovieSpec spec;
-  spec.tracks = {videoSpec(markedFrames(frames, {0}))};
-  if (!timing.empty()) spec.tracks[0].timing = std::move(timing);
-  return spec;
+MovieLayout videoOnly(std::size_t frames, std::vector<std::pair<std::uint32_t, std::uint32_t>> timing = {}) {
+  MovieLayout layout;
+  layout.tracks = {videoLayout(markedFrames(frames, {0}))};
+  if (!timing.empty()) layout.tracks[0].timing = std::move(timing);
+  return layout;
 }
 
 TEST_F(StreamDecoding, VideoOnlyFileHasNoAudioAndEndsOnceItsFramesAreRead) {
@@ -122,9 +122,9 @@ TEST_F(StreamDecoding, RunCursorFollowsTheSamplesTaken) {
 }
 
 TEST_F(StreamDecoding, AudioAndVideoQueuesFillTogether) {
-  MovieSpec spec;
-  spec.tracks = {videoSpec(markedFrames(30, {0})), amrSpec(50)};
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout;
+  layout.tracks = {videoLayout(markedFrames(30, {0})), amrLayout(50)};
+  ASSERT_EQ(open(layout), 1);
   std::vector<std::uint8_t> pcm(4096);
   std::uint32_t length = 4096;
   ASSERT_EQ(decodeAudio(pcm.data(), &length), 1u);
@@ -214,9 +214,9 @@ TEST_F(StreamDecoding, DecodedPlanesComeFromTheVideoPlugin) {
 }
 
 TEST_F(StreamDecoding, QueueAndTrackDecodingShareTheFileFromTwoThreads) {
-  MovieSpec spec;
-  spec.tracks = {videoSpec(markedFrames(200, {0})), amrSpec(300)};
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout;
+  layout.tracks = {videoLayout(markedFrames(200, {0})), amrLayout(300)};
+  ASSERT_EQ(open(layout), 1);
   std::vector<std::uint8_t> expected(built.bytes.begin() + built.sampleOffsets[1][0],
                                      built.bytes.begin() + built.sampleOffsets[1][0] + 32);
   int videoFrames = 0;

@@ -47,8 +47,8 @@ class DecoderTest : public ::testing::Test {
     return initDecoder(movie->widePath().c_str(), &params);
   }
 
-  std::int32_t open(const MovieSpec& spec) {
-    built = buildMovie(spec);
+  std::int32_t open(const MovieLayout& layout) {
+    built = buildMovie(layout);
     return open(built.bytes);
   }
 
@@ -71,9 +71,9 @@ inline std::vector<Bytes> markedFrames(std::size_t count, std::initializer_list<
   return frames;
 }
 
-inline TrackSpec videoSpec(std::vector<Bytes> frames, const std::string& tag = "s263", std::uint16_t width = 176,
+inline TrackLayout videoLayout(std::vector<Bytes> frames, const std::string& tag = "s263", std::uint16_t width = 176,
                            std::uint16_t height = 144) {
-  TrackSpec track;
+  TrackLayout track;
   track.video = true;
   track.entry = videoEntry(tag, width, height);
   const auto n = static_cast<std::uint32_t>(frames.size());
@@ -87,8 +87,8 @@ inline TrackSpec videoSpec(std::vector<Bytes> frames, const std::string& tag = "
   return track;
 }
 
-inline TrackSpec amrSpec(std::size_t frames, std::uint32_t perChunk = 1) {
-  TrackSpec track;
+inline TrackLayout amrLayout(std::size_t frames, std::uint32_t perChunk = 1) {
+  TrackLayout track;
   track.video = false;
   track.entry = amrEntry(0x80, 0, static_cast<std::uint8_t>(perChunk));
   track.samples = makeSamples(frames, 32, [](std::size_t) -> std::uint8_t { return 0x3C; });

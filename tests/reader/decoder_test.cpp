@@ -12,11 +12,11 @@
 namespace mp4lib::test {
 namespace {
 
-MovieSpec videoAndAmr(std::size_t frames = 30, std::size_t audioFrames = 50) {
-  MovieSpec spec;
-  spec.tracks = {videoSpec(markedFrames(frames, {0})), amrSpec(audioFrames)};
-  spec.duration = 2000;
-  return spec;
+MovieLayout videoAndAmr(std::size_t frames = 30, std::size_t audioFrames = 50) {
+  MovieLayout layout;
+  layout.tracks = {videoLayout(markedFrames(frames, {0})), amrLayout(audioFrames)};
+  layout.duration = 2000;
+  return layout;
 }
 
 std::uint32_t bigEndianAt(const std::uint8_t* p) {
@@ -90,10 +90,10 @@ TEST_F(Decoder, GettersWithoutAMovie) {
 }
 
 TEST_F(Decoder, AudioOnlyMovieHasNoVideoGetters) {
-  MovieSpec spec;
-  spec.tracks = {amrSpec(10)};
-  spec.duration = 200;
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout;
+  layout.tracks = {amrLayout(10)};
+  layout.duration = 200;
+  ASSERT_EQ(open(layout), 1);
   std::uint32_t value = 7;
   EXPECT_EQ(getVideoFrameNum(&value), 0);
   EXPECT_EQ(getVideoDuration(&value), 0);
@@ -119,10 +119,10 @@ TEST_F(Decoder, MissingFileIsRefused) {
 }
 
 TEST_F(Decoder, FirstTrackWithoutSamplesIsRefusedEvenIfALaterOneHasSome) {
-  MovieSpec spec = videoAndAmr();
-  spec.tracks[0].samples.clear();
-  spec.tracks[0].timing = {};
-  EXPECT_EQ(open(spec), 0);
+  MovieLayout layout = videoAndAmr();
+  layout.tracks[0].samples.clear();
+  layout.tracks[0].timing = {};
+  EXPECT_EQ(open(layout), 0);
   EXPECT_FALSE(frame::decoderActive());
   EXPECT_EQ(frame::movieContext().trackCount, 0);  // tables freed
 }
@@ -145,24 +145,24 @@ TEST_F(Decoder, PictureSizeCodes) {
   EXPECT_EQ(reader::pictureSizeCode(1408, 1152), 11u);
   EXPECT_EQ(reader::pictureSizeCode(144, 176), 0u);
 
-  MovieSpec qvga;
-  qvga.tracks = {videoSpec(markedFrames(3, {0}), "s263", 320, 240)};
+  MovieLayout qvga;
+  qvga.tracks = {videoLayout(markedFrames(3, {0}), "s263", 320, 240)};
   ASSERT_EQ(open(qvga), 1);
   EXPECT_EQ(params->pictureSizeCode, 7u);
   finalizeDecoder();
-  MovieSpec vga;
-  vga.tracks = {videoSpec(markedFrames(3, {0}), "s263", 640, 480)};
+  MovieLayout vga;
+  vga.tracks = {videoLayout(markedFrames(3, {0}), "s263", 640, 480)};
   ASSERT_EQ(open(vga), 1);
   EXPECT_EQ(params->pictureSizeCode, 0u);
   EXPECT_EQ(params->width, 640u);
 }
 
 TEST_F(Decoder, SampleDescriptionSizeWinsOverTheTrackHeader) {
-  MovieSpec spec;
-  spec.tracks = {videoSpec(markedFrames(3, {0}), "s263", 352, 288)};
-  spec.tracks[0].width = 176;
-  spec.tracks[0].height = 144;
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout;
+  layout.tracks = {videoLayout(markedFrames(3, {0}), "s263", 352, 288)};
+  layout.tracks[0].width = 176;
+  layout.tracks[0].height = 144;
+  ASSERT_EQ(open(layout), 1);
   EXPECT_EQ(params->width, 352u);
   EXPECT_EQ(params->height, 288u);
   EXPECT_EQ(params->pictureSizeCode, 2u);
@@ -202,10 +202,10 @@ TEST_F(Decoder, VideoPluginGetsTheRebuiltVendorRecordAndTheParameterBlock) {
 }
 
 TEST_F(Decoder, Mpeg4StreamHeaderComesFromTheDecoderConfiguration) {
-  MovieSpec spec;
-  spec.tracks = {videoSpec(markedFrames(3, {0}), "mp4v")};
-  spec.tracks[0].entry = videoEntry("mp4v", 176, 144, esds(0x20, 0x11, 1, 2, 3, {0, 0, 1, 0xB0, 0x08}));
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout;
+  layout.tracks = {videoLayout(markedFrames(3, {0}), "mp4v")};
+  layout.tracks[0].entry = videoEntry("mp4v", 176, 144, esds(0x20, 0x11, 1, 2, 3, {0, 0, 1, 0xB0, 0x08}));
+  ASSERT_EQ(open(layout), 1);
   const TestPluginControl* mp4v = control(MP4LIB_CODEC_TYPE_MPEG4V);
   ASSERT_EQ(countEntry(mp4v, TP_DECODE_FRAME_HEADER), 1);
   const TestPluginCall& call = mp4v->calls[mp4v->callCount - 1];
@@ -215,9 +215,9 @@ TEST_F(Decoder, Mpeg4StreamHeaderComesFromTheDecoderConfiguration) {
 }
 
 TEST_F(Decoder, Mpeg4StreamHeaderIsTheFirstSampleWithoutAConfiguration) {
-  MovieSpec spec;
-  spec.tracks = {videoSpec(markedFrames(3, {0}, 33), "mp4v")};
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout;
+  layout.tracks = {videoLayout(markedFrames(3, {0}, 33), "mp4v")};
+  ASSERT_EQ(open(layout), 1);
   const TestPluginControl* mp4v = control(MP4LIB_CODEC_TYPE_MPEG4V);
   ASSERT_EQ(countEntry(mp4v, TP_DECODE_FRAME_HEADER), 1);
   const TestPluginCall& call = mp4v->calls[mp4v->callCount - 1];
@@ -272,25 +272,25 @@ TEST_F(Decoder, OpeningAgainClosesTheFirstMovie) {
 }
 
 TEST_F(Decoder, LaterTracksOfAKindReplaceEarlierOnes) {
-  MovieSpec spec;
-  spec.tracks = {videoSpec(markedFrames(3, {0})), videoSpec(markedFrames(7, {0}))};
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout;
+  layout.tracks = {videoLayout(markedFrames(3, {0})), videoLayout(markedFrames(7, {0}))};
+  ASSERT_EQ(open(layout), 1);
   EXPECT_EQ(params->frameCount, 7u);
   EXPECT_EQ(frame::movieContext().videoTrackIndex, 1);
 }
 
 TEST_F(Decoder, AbsurdPictureSizeIsRefused) {
-  MovieSpec spec;
-  spec.tracks = {videoSpec(markedFrames(3, {0}), "s263", 65535, 65535)};
-  EXPECT_EQ(open(spec), 0);
+  MovieLayout layout;
+  layout.tracks = {videoLayout(markedFrames(3, {0}), "s263", 65535, 65535)};
+  EXPECT_EQ(open(layout), 0);
   EXPECT_EQ(countEntry(control(MP4LIB_CODEC_TYPE_H263), TP_INIT_DECODE), 0);
 }
 
 TEST_F(Decoder, TimeScaleOfZeroIsRefused) {
-  MovieSpec spec = videoAndAmr();
-  spec.tracks[0].timeScale = 0;
-  EXPECT_EQ(open(spec), 0);
-  MovieSpec movieScale = videoAndAmr();
+  MovieLayout layout = videoAndAmr();
+  layout.tracks[0].timeScale = 0;
+  EXPECT_EQ(open(layout), 0);
+  MovieLayout movieScale = videoAndAmr();
   movieScale.timeScale = 0;
   EXPECT_EQ(open(movieScale), 0);
 }
@@ -303,24 +303,24 @@ TEST_F(Decoder, FileNameDoesNotMatter) {
 
 // ---- Files with the vendor block ------------------------------------------------
 
-MovieSpec recordedMovie(std::uint32_t videoType, const std::string& tag) {
-  MovieSpec spec;
-  spec.tracks = {videoSpec(markedFrames(5, {0}), tag, 176, 144), amrSpec(10)};
-  spec.withVendor = true;
-  spec.vendor.words[2] = 1;
-  spec.vendor.words[3] = 0xA1;
-  spec.vendor.words[4] = 160;  // picture size (the coded size is in the sample description)
-  spec.vendor.words[5] = 120;
-  spec.vendor.words[6] = 99;
-  spec.vendor.words[7] = 12;
-  spec.vendor.words[8] = 25;
-  spec.vendor.videoCodecTypeInHostOrder(videoType);
-  spec.vendor.audioCodecType = MP4LIB_CODEC_TYPE_AMR;
-  spec.vendor.audioBits = 16;
-  spec.vendor.audioRate = 8000;
-  spec.vendor.audioChannels = 1;
-  spec.duration = 333;
-  return spec;
+MovieLayout recordedMovie(std::uint32_t videoType, const std::string& tag) {
+  MovieLayout layout;
+  layout.tracks = {videoLayout(markedFrames(5, {0}), tag, 176, 144), amrLayout(10)};
+  layout.withVendor = true;
+  layout.vendor.words[2] = 1;
+  layout.vendor.words[3] = 0xA1;
+  layout.vendor.words[4] = 160;  // picture size (the coded size is in the sample description)
+  layout.vendor.words[5] = 120;
+  layout.vendor.words[6] = 99;
+  layout.vendor.words[7] = 12;
+  layout.vendor.words[8] = 25;
+  layout.vendor.videoCodecTypeInHostOrder(videoType);
+  layout.vendor.audioCodecType = MP4LIB_CODEC_TYPE_AMR;
+  layout.vendor.audioBits = 16;
+  layout.vendor.audioRate = 8000;
+  layout.vendor.audioChannels = 1;
+  layout.duration = 333;
+  return layout;
 }
 
 std::uint32_t swapped(std::uint32_t value) {
@@ -331,8 +331,8 @@ TEST_F(Decoder, RecordingsOfEveryVideoCodecTypeFindTheirPlugin) {
   usePlugins({"codectest_mp4v", "codectest_h263", "codectest_video70", "codectest_mpeg1v", "codectest_video2",
               "codectest_video33", "codectest_amr"});
   for (std::uint32_t type = 0; type <= 5; ++type) {
-    const MovieSpec spec = recordedMovie(type, type == 0 ? "mp4v" : "s263");
-    ASSERT_EQ(open(spec), 1) << type;
+    const MovieLayout layout = recordedMovie(type, type == 0 ? "mp4v" : "s263");
+    ASSERT_EQ(open(layout), 1) << type;
     EXPECT_EQ(params->videoCodecCode, swapped(type)) << type;  // as read
     ASSERT_NE(params->videoPlugin, nullptr);
     EXPECT_EQ(params->videoPlugin->codecType, type);
@@ -347,8 +347,8 @@ TEST_F(Decoder, VendorBlockValuesStand) {
     std::memcpy(seen, reinterpret_cast<const void*>(a), sizeof seen);
     return 1;
   };
-  const MovieSpec spec = recordedMovie(1, "s263");
-  ASSERT_EQ(open(spec), 1);
+  const MovieLayout layout = recordedMovie(1, "s263");
+  ASSERT_EQ(open(layout), 1);
   EXPECT_EQ(params->formatVersion, 1u);
   EXPECT_EQ(params->formatRevision, 5u);
   EXPECT_EQ(params->width, 160u);
@@ -366,17 +366,17 @@ TEST_F(Decoder, VendorBlockValuesStand) {
 }
 
 TEST_F(Decoder, UnknownVendorCodeFallsBackToTheSampleDescription) {
-  MovieSpec spec = recordedMovie(1, "s263");
-  spec.vendor.words[11] = 0x12345678;
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout = recordedMovie(1, "s263");
+  layout.vendor.words[11] = 0x12345678;
+  ASSERT_EQ(open(layout), 1);
   EXPECT_EQ(params->videoCodecCode, 0x12345678u);
   EXPECT_EQ(params->videoPlugin->codecType, MP4LIB_CODEC_TYPE_H263);
 }
 
 TEST_F(Decoder, VendorFlagsWithoutVideoLeaveVideoOff) {
-  MovieSpec spec = recordedMovie(1, "s263");
-  spec.vendor.words[7] = 8;
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout = recordedMovie(1, "s263");
+  layout.vendor.words[7] = 8;
+  ASSERT_EQ(open(layout), 1);
   EXPECT_EQ(params->videoEnabled, 0);
   EXPECT_EQ(params->audioEnabled, 1);
   EXPECT_EQ(countEntry(control(MP4LIB_CODEC_TYPE_H263), TP_INIT_DECODE), 0);

@@ -63,12 +63,12 @@ class MalformedFiles : public DecoderTest {
 
 std::vector<Bytes> seedMovies() {
   std::vector<Bytes> seeds;
-  MovieSpec plain;
-  plain.tracks = {videoSpec(markedFrames(12, {0, 7})), amrSpec(20)};
+  MovieLayout plain;
+  plain.tracks = {videoLayout(markedFrames(12, {0, 7})), amrLayout(20)};
   seeds.push_back(buildMovie(plain).bytes);
 
-  MovieSpec chunks;
-  chunks.tracks = {videoSpec(markedFrames(9, {0}), "mp4v"), amrSpec(20, 5)};
+  MovieLayout chunks;
+  chunks.tracks = {videoLayout(markedFrames(9, {0}), "mp4v"), amrLayout(20, 5)};
   chunks.tracks[0].entry = videoEntry("mp4v", 176, 144, esds(0x20, 0x11, 1, 2, 3, {0, 0, 1, 0xB0, 1}));
   chunks.tracks[0].chunkSamples = {2, 2, 3, 2};
   chunks.tracks[0].timing = {{4, 1000}, {5, 2000}};
@@ -76,8 +76,8 @@ std::vector<Bytes> seedMovies() {
   chunks.moovFirst = true;
   seeds.push_back(buildMovie(chunks).bytes);
 
-  MovieSpec vendor;
-  vendor.tracks = {videoSpec(markedFrames(5, {0})), amrSpec(10)};
+  MovieLayout vendor;
+  vendor.tracks = {videoLayout(markedFrames(5, {0})), amrLayout(10)};
   vendor.tracks[1].entry = soundEntry("mp4a", 1, 2, 16, 44100,
                                       concat({ByteWriter().u32(1024).u32(1).u32(2).u32(2),
                                               box("wave", esds(0x40, 0x15, 0, 1, 2, {0x12, 0x10}))}));

@@ -159,7 +159,7 @@ std::vector<Bytes> makeSamples(std::size_t count, std::uint32_t size, std::uint8
 
 namespace {
 
-std::vector<std::uint32_t> chunkLayout(const TrackSpec& track) {
+std::vector<std::uint32_t> chunkLayout(const TrackLayout& track) {
   if (!track.chunkSamples.empty()) return track.chunkSamples;
   return std::vector<std::uint32_t>(track.samples.size(), 1);
 }
@@ -172,7 +172,7 @@ std::vector<std::array<std::uint32_t, 3>> stscRuns(const std::vector<std::uint32
   return runs;
 }
 
-Bytes trackBox(const TrackSpec& track, std::uint32_t id, const std::vector<std::uint32_t>& chunkOffsets) {
+Bytes trackBox(const TrackLayout& track, std::uint32_t id, const std::vector<std::uint32_t>& chunkOffsets) {
   std::vector<std::uint32_t> sizes;
   for (const Bytes& sample : track.samples) sizes.push_back(static_cast<std::uint32_t>(sample.size()));
   const auto count = static_cast<std::uint32_t>(track.samples.size());
@@ -190,29 +190,29 @@ Bytes trackBox(const TrackSpec& track, std::uint32_t id, const std::vector<std::
               hdlr(track.handlerComponent, track.video ? "vide" : "soun", ByteWriter().text("handler").u8(0)), stbl);
 }
 
-Bytes moovBox(const MovieSpec& spec, const std::vector<std::vector<std::uint32_t>>& chunkOffsets) {
-  std::vector<Bytes> children = {mvhd(spec.timeScale, spec.duration)};
-  for (std::size_t t = 0; t < spec.tracks.size(); ++t) {
-    children.push_back(trackBox(spec.tracks[t], static_cast<std::uint32_t>(t + 1), chunkOffsets[t]));
+Bytes moovBox(const MovieLayout& layout, const std::vector<std::vector<std::uint32_t>>& chunkOffsets) {
+  std::vector<Bytes> children = {mvhd(layout.timeScale, layout.duration)};
+  for (std::size_t t = 0; t < layout.tracks.size(); ++t) {
+    children.push_back(trackBox(layout.tracks[t], static_cast<std::uint32_t>(t + 1), chunkOffsets[t]));
   }
   return box("moov", concat(children));
 }
 
 }  // namespace
 
-BuiltMovie buildMovie(const MovieSpec& spec) {
+BuiltMovie buildMovie(const MovieLayout& layout) {
   BuiltMovie built;
   Bytes head = ftyp();
-  if (spec.withVendor) head = concat({head, kelv(spec.vendor)});
+  if (layout.withVendor) head = concat({head, kelv(layout.vendor)});
   // Chunk offsets are 32-bit, so the movie box's size does not depend on them.
   std::vector<std::vector<std::uint32_t>> placeholder;
-  for (const TrackSpec& track : spec.tracks) placeholder.emplace_back(chunkLayout(track).size(), 0);
-  const std::size_t moovSize = moovBox(spec, placeholder).size();
-  const std::size_t mdatStart = head.size() + (spec.moovFirst ? moovSize : 0);
+  for (const TrackLayout& track : layout.tracks) placeholder.emplace_back(chunkLayout(track).size(), 0);
+  const std::size_t moovSize = moovBox(layout, placeholder).size();
+  const std::size_t mdatStart = head.size() + (layout.moovFirst ? moovSize : 0);
   built.mdatPayloadOffset = static_cast<std::uint32_t>(mdatStart + 8);
 
   Bytes payload;
-  for (const TrackSpec& track : spec.tracks) {
+  for (const TrackLayout& track : layout.tracks) {
     std::vector<std::uint32_t> chunks;
     std::vector<std::uint32_t> offsets;
     std::size_t sample = 0;
@@ -226,9 +226,9 @@ BuiltMovie buildMovie(const MovieSpec& spec) {
     built.chunkOffsets.push_back(chunks);
     built.sampleOffsets.push_back(offsets);
   }
-  const Bytes moov = moovBox(spec, built.chunkOffsets);
+  const Bytes moov = moovBox(layout, built.chunkOffsets);
   const Bytes mdat = box("mdat", payload);
-  built.bytes = spec.moovFirst ? concat({head, moov, mdat}) : concat({head, mdat, moov});
+  built.bytes = layout.moovFirst ? concat({head, moov, mdat}) : concat({head, mdat, moov});
   return built;
 }
 

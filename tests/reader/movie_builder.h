@@ -56,7 +56,7 @@ struct VendorWords {
 Bytes kelv(const VendorWords& vendor);
 
 // A movie laid out from sample contents.
-struct TrackSpec {
+struct TrackLayout {
   bool video = true;
   Bytes entry;                  // the "stsd" entry
   std::vector<Bytes> samples;   // contents, in order
@@ -72,8 +72,8 @@ struct TrackSpec {
   std::string handlerComponent;     // "" (MP4) or "mhlr"
 };
 
-struct MovieSpec {
-  std::vector<TrackSpec> tracks;
+struct MovieLayout {
+  std::vector<TrackLayout> tracks;
   bool moovFirst = false;
   bool withVendor = false;
   VendorWords vendor;
@@ -88,7 +88,7 @@ struct BuiltMovie {
   std::uint32_t mdatPayloadOffset = 0;
 };
 
-BuiltMovie buildMovie(const MovieSpec& spec);
+BuiltMovie buildMovie(const MovieLayout& layout);
 
 // `count` samples of `size` bytes; byte 0 is `first(i)`, the rest count up.
 std::vector<Bytes> makeSamples(std::size_t count, std::uint32_t size, std::uint8_t (*first)(std::size_t) = nullptr);

@@ -17,8 +17,8 @@ class Seeking : public DecoderTest {
 };
 
 // 30 frames of 66.67 ms (6667 units at 100 kHz).
-TrackSpec framesOf6667() {
-  TrackSpec track = videoSpec(markedFrames(30, {0}));
+TrackLayout framesOf6667() {
+  TrackLayout track = videoLayout(markedFrames(30, {0}));
   track.timeScale = 100000;
   track.timing = {{30, 6667}};
   track.mediaDuration = 30 * 6667;
@@ -27,9 +27,9 @@ TrackSpec framesOf6667() {
 }
 
 TEST_F(Seeking, SingleRunVideoEntryByTime) {
-  MovieSpec spec;
-  spec.tracks = {framesOf6667()};
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout;
+  layout.tracks = {framesOf6667()};
+  ASSERT_EQ(open(layout), 1);
   std::int32_t entry = -1;
   ASSERT_EQ(getVideoEntryByTime(1000, &entry), 1);
   EXPECT_EQ(entry, 14);
@@ -41,10 +41,10 @@ TEST_F(Seeking, SingleRunVideoEntryByTime) {
 }
 
 TEST_F(Seeking, SeveralRunsVideoEntryAndTime) {
-  MovieSpec spec;
-  spec.tracks = {videoSpec(markedFrames(12, {0}))};
-  spec.tracks[0].timing = {{5, 1000}, {7, 2000}};  // 15000 per second
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout;
+  layout.tracks = {videoLayout(markedFrames(12, {0}))};
+  layout.tracks[0].timing = {{5, 1000}, {7, 2000}};  // 15000 per second
+  ASSERT_EQ(open(layout), 1);
   std::int32_t entry = -1;
   ASSERT_EQ(getVideoEntryByTime(400, &entry), 1);  // 6000 units: run 1, sample 5
   EXPECT_EQ(entry, 5);
@@ -58,9 +58,9 @@ TEST_F(Seeking, SeveralRunsVideoEntryAndTime) {
 }
 
 TEST_F(Seeking, WithoutVideoTheVideoConversionsFail) {
-  MovieSpec spec;
-  spec.tracks = {amrSpec(10)};
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout;
+  layout.tracks = {amrLayout(10)};
+  ASSERT_EQ(open(layout), 1);
   std::int32_t entry = -7;
   std::uint32_t time = 7;
   EXPECT_EQ(getVideoEntryByTime(100, &entry), 0);
@@ -70,9 +70,9 @@ TEST_F(Seeking, WithoutVideoTheVideoConversionsFail) {
 }
 
 TEST_F(Seeking, SeekToZero) {
-  MovieSpec spec;
-  spec.tracks = {videoSpec(markedFrames(30, {0})), amrSpec(50)};
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout;
+  layout.tracks = {videoLayout(markedFrames(30, {0})), amrLayout(50)};
+  ASSERT_EQ(open(layout), 1);
   std::int32_t used = -1, video = -1, audio = -1;
   ASSERT_EQ(seek(0, &used, &video, &audio), 1);
   EXPECT_EQ(used, 0);
@@ -87,9 +87,9 @@ TEST_F(Seeking, SeekToZero) {
 }
 
 TEST_F(Seeking, AmrChunksRoundTheOffsetDownToAWholeFrame) {
-  MovieSpec spec;
-  spec.tracks = {videoSpec(markedFrames(30, {0})), amrSpec(50, 5)};  // 160 bytes, 800 units a chunk
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout;
+  layout.tracks = {videoLayout(markedFrames(30, {0})), amrLayout(50, 5)};  // 160 bytes, 800 units a chunk
+  ASSERT_EQ(open(layout), 1);
   std::int32_t entry = -1, adjusted = -1;
   std::uint32_t offset = 0;
   ASSERT_EQ(setAudioEntryByTime(250, &entry, &offset, &adjusted), 1);
@@ -114,8 +114,8 @@ TEST_F(Seeking, AmrChunksRoundTheOffsetDownToAWholeFrame) {
 }
 
 TEST_F(Seeking, ChunkPlacingWithoutAmrKeepsTheExactOffset) {
-  MovieSpec spec;
-  TrackSpec pcm;
+  MovieLayout layout;
+  TrackLayout pcm;
   pcm.video = false;
   pcm.entry = soundEntry("sowt", 0, 1, 16, 8000);
   pcm.samples = makeSamples(30, 2);
@@ -123,8 +123,8 @@ TEST_F(Seeking, ChunkPlacingWithoutAmrKeepsTheExactOffset) {
   pcm.chunkSamples = {10, 10, 10};
   pcm.timing = {{30, 1}};
   pcm.timeScale = 1000;
-  spec.tracks = {pcm};
-  ASSERT_EQ(open(spec), 1);
+  layout.tracks = {pcm};
+  ASSERT_EQ(open(layout), 1);
   std::int32_t entry = -1, adjusted = -1;
   std::uint32_t offset = 0;
   ASSERT_EQ(setAudioEntryByTime(13, &entry, &offset, &adjusted), 1);
@@ -137,9 +137,9 @@ TEST_F(Seeking, ChunkPlacingWithoutAmrKeepsTheExactOffset) {
 }
 
 TEST_F(Seeking, SampleAudioSnapsToTheSampleAndAdjustsTheTime) {
-  MovieSpec spec;
-  spec.tracks = {videoSpec(markedFrames(30, {0})), amrSpec(50)};
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout;
+  layout.tracks = {videoLayout(markedFrames(30, {0})), amrLayout(50)};
+  ASSERT_EQ(open(layout), 1);
   std::int32_t entry = -1, adjusted = -1;
   std::uint32_t offset = 9;
   ASSERT_EQ(setAudioEntryByTime(250, &entry, &offset, &adjusted), 1);
@@ -154,17 +154,17 @@ TEST_F(Seeking, SampleAudioSnapsToTheSampleAndAdjustsTheTime) {
 }
 
 TEST_F(Seeking, OldFilesKeepAudioTimeInMilliseconds) {
-  MovieSpec spec;
-  spec.tracks = {videoSpec(markedFrames(30, {0})), amrSpec(50)};
-  spec.tracks[1].timing = {{50, 20}};  // ms, as such files store it
-  spec.withVendor = true;
-  spec.vendor.words[1] = 0x00010004;
-  spec.vendor.words[4] = 176;
-  spec.vendor.words[5] = 144;
-  spec.vendor.words[7] = 12;
-  spec.vendor.videoCodecTypeInHostOrder(MP4LIB_CODEC_TYPE_H263);
-  spec.vendor.audioCodecType = MP4LIB_CODEC_TYPE_AMR;
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout;
+  layout.tracks = {videoLayout(markedFrames(30, {0})), amrLayout(50)};
+  layout.tracks[1].timing = {{50, 20}};  // ms, as such files store it
+  layout.withVendor = true;
+  layout.vendor.words[1] = 0x00010004;
+  layout.vendor.words[4] = 176;
+  layout.vendor.words[5] = 144;
+  layout.vendor.words[7] = 12;
+  layout.vendor.videoCodecTypeInHostOrder(MP4LIB_CODEC_TYPE_H263);
+  layout.vendor.audioCodecType = MP4LIB_CODEC_TYPE_AMR;
+  ASSERT_EQ(open(layout), 1);
   EXPECT_EQ(params->audioFrameMs, 20u);  // 20 x 1000 / 1000 (the movie's scale)
   std::int32_t entry = -1, adjusted = -1;
   std::uint32_t offset = 0;
@@ -178,9 +178,9 @@ TEST_F(Seeking, OldFilesKeepAudioTimeInMilliseconds) {
 }
 
 TEST_F(Seeking, NegativeTimeFailsButStillPlacesVideo) {
-  MovieSpec spec;
-  spec.tracks = {videoSpec(markedFrames(30, {0})), amrSpec(50)};
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout;
+  layout.tracks = {videoLayout(markedFrames(30, {0})), amrLayout(50)};
+  ASSERT_EQ(open(layout), 1);
   std::int32_t entry = -1, adjusted = -1;
   std::uint32_t offset = 9;
   EXPECT_EQ(setAudioEntryByTime(-5, &entry, &offset, &adjusted), 0);
@@ -194,9 +194,9 @@ TEST_F(Seeking, NegativeTimeFailsButStillPlacesVideo) {
 }
 
 TEST_F(Seeking, WithoutAudioTheRequestedTimeStands) {
-  MovieSpec spec;
-  spec.tracks = {framesOf6667()};
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout;
+  layout.tracks = {framesOf6667()};
+  ASSERT_EQ(open(layout), 1);
   std::int32_t used = -1, video = -1, audio = -1;
   ASSERT_EQ(seek(1234, &used, &video, &audio), 1);
   EXPECT_EQ(used, 1234);
@@ -222,9 +222,9 @@ bool resetWorks() {
 }
 
 TEST_F(Seeking, PlayingDeviceThatCannotBeResetAbortsTheSeek) {
-  MovieSpec spec;
-  spec.tracks = {videoSpec(markedFrames(30, {0})), amrSpec(50)};
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout;
+  layout.tracks = {videoLayout(markedFrames(30, {0})), amrLayout(50)};
+  ASSERT_EQ(open(layout), 1);
   const audio::WaveOutStandIn device{deviceOpen, resetFails};
   audio::setWaveOutStandInForTesting(&device);
   std::int32_t used = -1, video = -1, audio = -1;
@@ -236,9 +236,9 @@ TEST_F(Seeking, PlayingDeviceThatCannotBeResetAbortsTheSeek) {
 }
 
 TEST_F(Seeking, PlayingDeviceIsResetAndTakesTheNewPosition) {
-  MovieSpec spec;
-  spec.tracks = {videoSpec(markedFrames(30, {0})), amrSpec(50)};
-  ASSERT_EQ(open(spec), 1);
+  MovieLayout layout;
+  layout.tracks = {videoLayout(markedFrames(30, {0})), amrLayout(50)};
+  ASSERT_EQ(open(layout), 1);
   const audio::WaveOutStandIn device{deviceOpen, resetWorks};
   audio::setWaveOutStandInForTesting(&device);
   resets = 0;

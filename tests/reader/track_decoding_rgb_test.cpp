@@ -18,16 +18,16 @@ class TrackDecodingRgb : public DecoderTest {
 
   // 16 x 16 coded; the display size and flags from a vendor block when given.
   void openMovie(std::uint32_t displayWidth = 0, std::uint32_t displayHeight = 0, std::uint32_t flags = 0) {
-    MovieSpec spec;
-    spec.tracks = {videoSpec(markedFrames(4, {0}), "s263", kSide, kSide)};
+    MovieLayout layout;
+    layout.tracks = {videoLayout(markedFrames(4, {0}), "s263", kSide, kSide)};
     if (displayWidth != 0) {
-      spec.withVendor = true;
-      spec.vendor.words[4] = displayWidth;
-      spec.vendor.words[5] = displayHeight;
-      spec.vendor.words[7] = flags;
-      spec.vendor.videoCodecTypeInHostOrder(MP4LIB_CODEC_TYPE_H263);
+      layout.withVendor = true;
+      layout.vendor.words[4] = displayWidth;
+      layout.vendor.words[5] = displayHeight;
+      layout.vendor.words[7] = flags;
+      layout.vendor.videoCodecTypeInHostOrder(MP4LIB_CODEC_TYPE_H263);
     }
-    ASSERT_EQ(open(spec), 1);
+    ASSERT_EQ(open(layout), 1);
     h263 = control(MP4LIB_CODEC_TYPE_H263);
     picture.lend(h263);
   }

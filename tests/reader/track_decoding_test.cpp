@@ -34,10 +34,10 @@ class TrackDecoding : public DecoderTest {
  protected:
   void openFrames(std::size_t count, std::initializer_list<std::size_t> keys,
                   std::vector<std::pair<std::uint32_t, std::uint32_t>> timing = {}) {
-    MovieSpec spec;
-    spec.tracks = {videoSpec(markedFrames(count, keys))};
-    if (!timing.empty()) spec.tracks[0].timing = std::move(timing);
-    ASSERT_EQ(open(spec), 1);
+    MovieLayout layout;
+    layout.tracks = {videoLayout(markedFrames(count, keys))};
+    if (!timing.empty()) layout.tracks[0].timing = std::move(timing);
+    ASSERT_EQ(open(layout), 1);
     h263 = control(MP4LIB_CODEC_TYPE_H263);
     h263->callCount = 0;
   }
@@ -171,15 +171,15 @@ TEST_F(TrackDecoding, NothingWithoutAMovie) {
 class AudioTrackDecoding : public DecoderTest {
  protected:
   void openPcm(std::vector<Bytes> samples) {
-    MovieSpec spec;
-    TrackSpec track;
+    MovieLayout layout;
+    TrackLayout track;
     track.video = false;
     track.entry = soundEntry("sowt", 0, 1, 16, 8000);
     track.timing = {{static_cast<std::uint32_t>(samples.size()), 1024}};
     track.samples = std::move(samples);
     track.timeScale = 8000;
-    spec.tracks = {track};
-    ASSERT_EQ(open(spec), 1);
+    layout.tracks = {track};
+    ASSERT_EQ(open(layout), 1);
   }
   std::vector<std::uint8_t> pcm = std::vector<std::uint8_t>(65536);
   std::uint32_t length = 0;
@@ -226,15 +226,15 @@ TEST_F(AudioTrackDecoding, EntriesOutsideTheTrackAreRefused) {
 }
 
 TEST_F(AudioTrackDecoding, Mpeg4AudioCarriesWhatThePluginLeft) {
-  MovieSpec spec;
-  TrackSpec track;
+  MovieLayout layout;
+  TrackLayout track;
   track.video = false;
   track.entry = soundEntry("mp4a", 0, 2, 16, 44100, esds(0x40, 0x15, 0, 1, 1, {0x12, 0x10}));
   track.samples = makeSamples(2, 10, [](std::size_t i) -> std::uint8_t { return static_cast<std::uint8_t>(0xA0 + i); });
   track.timing = {{2, 1024}};
   track.timeScale = 44100;
-  spec.tracks = {track};
-  ASSERT_EQ(open(spec), 1);
+  layout.tracks = {track};
+  ASSERT_EQ(open(layout), 1);
   TestPluginControl* aac = control(MP4LIB_CODEC_TYPE_AAC);
   aac->decodeHook = [](Mp4Word, Mp4Word, Mp4Word, Mp4Word d, Mp4Word e) -> Mp4Word {
     *reinterpret_cast<std::uint32_t*>(d) = 0;
