@@ -15,8 +15,12 @@ std::size_t standardWrite(const void* data, std::size_t length, std::FILE* file)
 
 std::atomic<RawWrite> rawWriter{standardWrite};
 
-// Woken whenever a background write finishes.
-platform::Signal slotIdle;
+// Woken whenever a background write finishes. Never destroyed: a detached
+// writer thread may still be on its way out of it when the process ends.
+platform::Signal& slotIdle() {
+  static platform::Signal* const signal = new platform::Signal;
+  return *signal;
+}
 
 bool writeOut(const void* data, std::size_t length, std::FILE* file) {
   if (length == 0) return true;
@@ -39,7 +43,7 @@ void markSlotIdle(void* slot) { static_cast<FileBuffer*>(slot)->busy.store(0); }
 void waitUntilSlotIdle(BufferedFile& record, FileBuffer& slot) {
   if (slot.busy.load() == 0) return;
   record.idleWaits.fetch_add(1);
-  slotIdle.waitUntil(slotIsIdle, &slot);
+  slotIdle().waitUntil(slotIsIdle, &slot);
 }
 
 // Background thread: writes one full slot out. A short write is lost
@@ -47,7 +51,7 @@ void waitUntilSlotIdle(BufferedFile& record, FileBuffer& slot) {
 void writeSlotInBackground(void* raw) {
   auto* slot = static_cast<FileBuffer*>(raw);
   writeOut(slot->base, static_cast<std::size_t>(slot->count), slot->file);
-  slotIdle.notifyAll(markSlotIdle, slot);
+  slotIdle().notifyAll(markSlotIdle, slot);
 }
 
 int flushWrite(BufferedFile& record, bool inBackground) {
