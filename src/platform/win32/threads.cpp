@@ -49,6 +49,42 @@ CriticalSection::~CriticalSection() { DeleteCriticalSection(sectionIn(storage_))
 void CriticalSection::enter() { EnterCriticalSection(sectionIn(storage_)); }
 void CriticalSection::leave() { LeaveCriticalSection(sectionIn(storage_)); }
 
+namespace {
+
+struct SignalParts {
+  CRITICAL_SECTION section;
+  CONDITION_VARIABLE condition;
+};
+
+SignalParts* partsIn(unsigned char* storage) { return reinterpret_cast<SignalParts*>(storage); }
+
+}  // namespace
+
+Signal::Signal() {
+  static_assert(sizeof(SignalParts) <= sizeof(storage_), "signal does not fit");
+  SignalParts* parts = new (storage_) SignalParts;
+  InitializeCriticalSection(&parts->section);
+  InitializeConditionVariable(&parts->condition);
+}
+
+// Condition variables need no clean-up.
+Signal::~Signal() { DeleteCriticalSection(&partsIn(storage_)->section); }
+
+void Signal::waitUntil(bool (*done)(void*), void* context) {
+  SignalParts* parts = partsIn(storage_);
+  EnterCriticalSection(&parts->section);
+  while (!done(context)) SleepConditionVariableCS(&parts->condition, &parts->section, INFINITE);
+  LeaveCriticalSection(&parts->section);
+}
+
+void Signal::notifyAll(void (*change)(void*), void* context) {
+  SignalParts* parts = partsIn(storage_);
+  EnterCriticalSection(&parts->section);
+  if (change != nullptr) change(context);
+  WakeAllConditionVariable(&parts->condition);
+  LeaveCriticalSection(&parts->section);
+}
+
 void sleepMs(std::uint32_t ms) { Sleep(ms); }
 
 std::uint32_t timeGetTimeMs() {
