@@ -75,7 +75,8 @@ MP4LIB_API uint32_t convertDWORDToLittleEndian(uint32_t x);
  * 10,000 free bytes, opens the video (flag 4) and audio (flag 8) plug-ins
  * and allocates the frame buffer; *context receives the library's
  * EncoderContext. 1, 0, or a failing plug-in's result. Refused while a
- * decoder or another encoder context is active. */
+ * decoder or another encoder context is active, or while a file of an
+ * earlier context is still open. */
 MP4LIB_API Mp4Word initEncoder(EncoderParams* params, EncoderContext** context);
 
 /* Creates the output file (any extension; always 3GP) and prepares its

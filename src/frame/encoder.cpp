@@ -211,6 +211,9 @@ using namespace mp4lib;
 extern "C" MP4LIB_API Mp4Word initEncoder(EncoderParams* params, EncoderContext** out) {
   if (frame::decoderActive() || frame::encoderActive() || params == nullptr || out == nullptr) return 0;
   EncoderContext& context = frame::encoderContext();
+  // A file left open by an earlier context must be closed first, or it
+  // would be lost with the context.
+  if (context.outputFile != nullptr) return 0;
   context = EncoderContext{};
   if (!frame::enoughDiskSpace(context)) return 0;
   context.flags = params->flags;

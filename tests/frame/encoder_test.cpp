@@ -291,6 +291,15 @@ TEST_F(EncoderTest, FinalizeReleasesEverythingButLeavesTheFileToClose) {
   EXPECT_EQ(context->outputFile, nullptr);
 }
 
+TEST_F(EncoderTest, AFileLeftOpenMustBeClosedBeforeANewContext) {
+  ASSERT_NE(startRecording(videoParams(MP4LIB_CODEC_TYPE_H263, 0), "open.3gp"), nullptr);
+  finalizeEncoder();
+  EXPECT_EQ(init(videoParams(MP4LIB_CODEC_TYPE_H263, 0)), nullptr);
+  EXPECT_NE(frame::encoderContext().outputFile, nullptr);
+  ASSERT_EQ(closeEncodeFile(), 1);
+  EXPECT_NE(init(videoParams(MP4LIB_CODEC_TYPE_H263, 0)), nullptr);
+}
+
 TEST_F(EncoderTest, ANewContextAfterFinalizeStartsAfresh) {
   ASSERT_NE(startRecording(videoParams(MP4LIB_CODEC_TYPE_H263, 1), "one.3gp"), nullptr);
   ASSERT_EQ(closeEncodeFile(), 1);
