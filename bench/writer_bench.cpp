@@ -100,7 +100,7 @@ void BM_RecordPassThrough(benchmark::State& state) {
   }
   countBytes(state, size);
 }
-BENCHMARK(BM_RecordPassThrough)->Arg(320)->Arg(4096)->Arg(32768)->Arg(131072);
+BENCHMARK(BM_RecordPassThrough)->Arg(320)->Arg(4096)->Arg(32768)->Arg(131072)->UseRealTime();
 
 // The same bytes through plain fwrite (same pass-through copy first).
 void BM_FwritePassThrough(benchmark::State& state) {
@@ -127,7 +127,7 @@ void BM_FwritePassThrough(benchmark::State& state) {
   std::remove(path.c_str());
   countBytes(state, size);
 }
-BENCHMARK(BM_FwritePassThrough)->Arg(320)->Arg(4096)->Arg(32768)->Arg(131072);
+BENCHMARK(BM_FwritePassThrough)->Arg(320)->Arg(4096)->Arg(32768)->Arg(131072)->UseRealTime();
 
 // One-byte samples: the buffered write alone, then with the sample table
 // (offset, size, counters, the lock); the difference is the bookkeeping.
@@ -162,6 +162,28 @@ void BM_StoreOneByteSample(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_StoreOneByteSample);
+
+// What each background flush costs before any byte is written: starting a
+// thread and hearing back from it.
+struct Finished {
+  bool done = false;
+  mp4lib::platform::Signal signal;
+};
+
+void finish(void* raw) {
+  auto* finished = static_cast<Finished*>(raw);
+  finished->signal.notifyAll([](void* f) { static_cast<Finished*>(f)->done = true; }, finished);
+}
+
+void BM_ThreadStartAndFinish(benchmark::State& state) {
+  static Finished finished;
+  for (auto _ : state) {
+    finished.signal.notifyAll([](void* f) { static_cast<Finished*>(f)->done = false; }, &finished);
+    mp4lib::platform::startDetachedThread(finish, &finished);
+    finished.signal.waitUntil([](void* f) { return static_cast<Finished*>(f)->done; }, &finished);
+  }
+}
+BENCHMARK(BM_ThreadStartAndFinish)->UseRealTime();
 
 }  // namespace
 
