@@ -260,6 +260,9 @@ typedef struct AudioDecoderConfig {
  *          width, height, codedWidth, codedHeight (never 0, both even),
  *          frameRate, timingMode, conversionFlags (MP4LIB_CONVERT_RESIZE when
  *          the coded size differs from the picture size) and header words A-D.
+ *          Recorded files carry no decoder configuration of their own (the
+ *          MPEG-4 visual "esds" has an empty decoder-specific block), so a
+ *          stream's configuration must travel in-band, in its key frames.
  *   audio: a = EncoderParams.audioOption, b = 0. The PCM format is that of
  *          EncoderParams; an audio plug-in that needs it is told through
  *          audioOption or uses 16-bit mono 8000 Hz.
