@@ -69,7 +69,10 @@ MP4LIB_API uint32_t convertDWORDToLittleEndian(uint32_t x);
 
 /* Converts an RGB16 picture of the encoder's input size into the encoder's
  * frame planes at its coded size (resampling when the encoder resizes).
- * `option` is passed by encode_RGB16_video and not used. */
+ * Builds the RGB16 lookup tables if initMp4Lib has not; without memory for
+ * them the frame is left as it was. Without the resize flag the planes are
+ * written at the input size. `option` is passed by encode_RGB16_video and
+ * not used. */
 MP4LIB_API void rgb16_yuv420(const uint16_t* rgb, int16_t* y, int16_t* u, int16_t* v, int32_t width, int32_t height,
                              uint8_t option);
 
@@ -98,6 +101,51 @@ MP4LIB_API void byte_yuv420_yuv420_planner_s3(const uint8_t* srcY, const uint8_t
 /* Short planar 4:2:0 in one buffer. */
 MP4LIB_API void short_yuv420_yuv420_planner(const int16_t* yuv, int16_t* y, int16_t* u, int16_t* v, int32_t width,
                                             int32_t height);
+
+/* ---- Pixels: stand-alone converters, interpolation, PSNR ----------------------- */
+
+/* Converts a whole RGB24 picture to short planar YUV 4:2:0 at its own size;
+ * flip nonzero turns it upside down. Returns 1, also for an odd width or
+ * height, for which nothing is written. (It needs no temporary memory, so the
+ * failure result 0 does not occur.) */
+MP4LIB_API int32_t convertRGB2YUV420(int32_t width, int32_t height, const uint8_t* rgb, int16_t* y, int16_t* u,
+                                     int16_t* v, int32_t flip);
+
+/* The same for RGB16 (5-6-5, low bits of each channel left zero). Y is summed
+ * red first, so 17 colours get a luma one off rgb16_yuv420's. Returns 1. */
+MP4LIB_API int32_t convertRGB162YUV420(int32_t width, int32_t height, const uint16_t* rgb, int16_t* y, int16_t* u,
+                                       int16_t* v, int32_t flip);
+
+/* Byte planar YUV 4:2:0 to packed RGB24 (blue, green, red; rows 3 x width
+ * bytes). Luma rows are pitch samples apart, chroma rows pitch / 2; reserved is
+ * ignored. An odd last column or row is left unwritten, and below two rows
+ * nothing is written. Returns 1. */
+MP4LIB_API int32_t transferByteYUV2RGBEx(uint32_t pitch, uint32_t reserved, int32_t width, int32_t height,
+                                         const uint8_t* y, const uint8_t* u, const uint8_t* v, uint8_t* rgb);
+
+/* Chooses how YUV becomes RGB16 for the player: 1 error diffusion, 2 additive
+ * with diffusion, any other value direct (the default). */
+MP4LIB_API void setYUV2RGBMethod(int32_t method);
+
+/* Grey RGB24 from 16-bit luma samples: the low byte of each sample (not
+ * clamped) three times. Source rows are pitch samples apart. Returns 1. */
+MP4LIB_API int32_t transferY2RGB(uint32_t pitch, uint32_t reserved, int32_t width, int32_t height,
+                                 const int16_t* samples, uint8_t* rgb);
+
+/* Doubles a byte planar 4:2:0 picture into destination (Y, U, V one after the
+ * other at width x height, the output size) by averaging neighbours. Source
+ * luma rows are pitch bytes apart, chroma rows pitch / 2; each source row must
+ * have one readable byte after its width/2 (chroma: width/4) samples. */
+MP4LIB_API void interpolateYUV(const uint8_t* srcY, const uint8_t* srcU, const uint8_t* srcV, uint8_t* destination,
+                               int32_t width, int32_t height, int32_t pitch);
+
+/* PSNR in dB of two short planar 4:2:0 pictures (Y, U, V one after the other):
+ * +inf when equal, NaN for an empty picture or a squared error of 2^31 or more. */
+MP4LIB_API float getYUV420PSNR(const int16_t* a, const int16_t* b, int32_t width, int32_t height);
+
+/* The same with the three planes of each picture passed apart. */
+MP4LIB_API float getYUV420PSNREx(const int16_t* aY, const int16_t* aU, const int16_t* aV, const int16_t* bY,
+                                 const int16_t* bU, const int16_t* bV, int32_t width, int32_t height);
 
 #ifdef __cplusplus
 }

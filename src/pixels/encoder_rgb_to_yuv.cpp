@@ -1,0 +1,126 @@
+// rgb16_yuv420 and rgb24_yuv420: the encoder's RGB converters. They write
+// the encoder's short planar frame at its coded size, straight when the
+// picture already has that size and by nearest-neighbour sampling with
+// 15-bit fractions when the encoder's resize flag is set.
+#include <cstddef>
+#include <cstdint>
+
+#include "frame/encoder_context.h"
+#include "mp4lib.h"
+#include "pixels/rgb_rows.h"
+#include "pixels/tables.h"
+
+namespace mp4lib::pixels {
+
+namespace {
+
+bool resizing() { return (frame::encoderContext().conversionFlags & MP4LIB_CONVERT_RESIZE) != 0; }
+
+// Direct path: rows and Y planes are `width` samples apart; U and V get
+// width/2 samples per row pair. An odd last column or row is not converted
+// (rows stay `width` apart, so nothing shifts).
+template <typename Pixel, typename RowPairFn>
+void convertDirect(const Pixel* rgb, std::ptrdiff_t elementsPerPixel, std::int16_t* y, std::int16_t* u, std::int16_t* v,
+                   std::int32_t width, std::int32_t height, RowPairFn rowPair) {
+  if (width < 2 || height < 2) return;
+  const std::ptrdiff_t pitch = width;
+  const std::int32_t pairs = width / 2;
+  for (std::int32_t j = 0; j < height / 2; ++j) {
+    const Pixel* top = rgb + 2 * j * pitch * elementsPerPixel;
+    std::int16_t* yTop = y + 2 * j * pitch;
+    rowPair(top, top + pitch * elementsPerPixel, pairs, YuvRowPair{yTop, yTop + pitch, u + j * pairs, v + j * pairs});
+  }
+}
+
+// Source positions of the resize path in 1/32768 of a pixel; the second
+// sample of a pair is one step on from the first.
+struct ResizeSteps {
+  std::uint32_t across;
+  std::uint32_t down;
+};
+
+ResizeSteps resizeSteps(std::int32_t width, std::int32_t height, std::uint32_t codedWidth, std::uint32_t codedHeight) {
+  return {(static_cast<std::uint32_t>(width) << 15) / codedWidth,
+          (static_cast<std::uint32_t>(height) << 15) / codedHeight};
+}
+
+// Resize path. The pixels each output row pair takes from its two source
+// rows are gathered, a chunk of blocks at a time, into two short rows that
+// the direct path's row routine converts. Every position is below the input
+// size, since (coded - 1) steps stay short of the input size << 15.
+template <std::ptrdiff_t ElementsPerPixel, typename Pixel, typename RowPairFn>
+void convertResized(const Pixel* rgb, std::int16_t* y, std::int16_t* u, std::int16_t* v, std::int32_t width,
+                    std::int32_t height, RowPairFn rowPair) {
+  const EncoderContext& context = frame::encoderContext();
+  const std::uint32_t codedWidth = context.codedWidth;
+  const std::uint32_t codedHeight = context.codedHeight;
+  if (width < 1 || height < 1 || codedWidth < 2 || codedHeight < 2) return;
+  const ResizeSteps step = resizeSteps(width, height, codedWidth, codedHeight);
+  const std::size_t pitch = static_cast<std::size_t>(width) * ElementsPerPixel;
+  const std::uint32_t pairs = codedWidth / 2;
+  constexpr std::uint32_t kChunk = 64;  // blocks per gathered run
+  Pixel top[2 * kChunk * ElementsPerPixel];
+  Pixel bottom[2 * kChunk * ElementsPerPixel];
+  const auto copyPixel = [](const Pixel* from, Pixel* to) {
+    for (std::ptrdiff_t e = 0; e < ElementsPerPixel; ++e) to[e] = from[e];
+  };
+  for (std::uint32_t j = 0; j < codedHeight / 2; ++j) {
+    const std::uint32_t down = 2 * j * step.down;
+    const Pixel* rowTop = rgb + (down >> 15) * pitch;
+    const Pixel* rowBottom = rgb + ((down + step.down) >> 15) * pitch;
+    std::int16_t* yTop = y + static_cast<std::size_t>(2 * j) * codedWidth;
+    const std::size_t chromaRow = static_cast<std::size_t>(j) * pairs;
+    for (std::uint32_t first = 0; first < pairs; first += kChunk) {
+      const std::uint32_t count = pairs - first < kChunk ? pairs - first : kChunk;
+      for (std::uint32_t i = 0; i < count; ++i) {
+        const std::uint32_t across = 2 * (first + i) * step.across;
+        const std::size_t left = (across >> 15) * ElementsPerPixel;
+        const std::size_t right = ((across + step.across) >> 15) * ElementsPerPixel;
+        copyPixel(rowTop + left, top + 2 * i * ElementsPerPixel);
+        copyPixel(rowTop + right, top + (2 * i + 1) * ElementsPerPixel);
+        copyPixel(rowBottom + left, bottom + 2 * i * ElementsPerPixel);
+        copyPixel(rowBottom + right, bottom + (2 * i + 1) * ElementsPerPixel);
+      }
+      rowPair(top, bottom, static_cast<std::int32_t>(count),
+              YuvRowPair{yTop + 2 * first, yTop + codedWidth + 2 * first, u + chromaRow + first,
+                         v + chromaRow + first});
+    }
+  }
+}
+
+void convertRgb16ForEncoder(const std::uint16_t* rgb, std::int16_t* y, std::int16_t* u, std::int16_t* v,
+                            std::int32_t width, std::int32_t height) {
+  // Without the lookup tables (initMp4Lib not called, or no memory for
+  // them) the frame is left as it is.
+  if (!buildLookupTables()) return;
+  const LookupTables tables = lookupTables();
+  const auto rowPair = [&tables](const std::uint16_t* top, const std::uint16_t* bottom, std::int32_t pairs,
+                                 const YuvRowPair& out) { rgb16LookupRowPair(top, bottom, pairs, tables, out); };
+  if (resizing()) {
+    convertResized<1>(rgb, y, u, v, width, height, rowPair);
+  } else {
+    convertDirect(rgb, 1, y, u, v, width, height, rowPair);
+  }
+}
+
+void convertRgb24ForEncoder(const std::uint8_t* rgb, std::int16_t* y, std::int16_t* u, std::int16_t* v,
+                            std::int32_t width, std::int32_t height) {
+  if (resizing()) {
+    convertResized<3>(rgb, y, u, v, width, height, rgb24RowPair);
+  } else {
+    convertDirect(rgb, 3, y, u, v, width, height, rgb24RowPair);
+  }
+}
+
+}  // namespace
+}  // namespace mp4lib::pixels
+
+extern "C" MP4LIB_API void rgb16_yuv420(const uint16_t* rgb, int16_t* y, int16_t* u, int16_t* v, int32_t width,
+                                        int32_t height, uint8_t /*option*/) {
+  mp4lib::pixels::convertRgb16ForEncoder(rgb, y, u, v, width, height);
+}
+
+extern "C" MP4LIB_API void rgb24_yuv420(const uint8_t* rgb, int16_t* y, int16_t* u, int16_t* v, int32_t width,
+                                        int32_t height, uint8_t /*option*/) {
+  mp4lib::pixels::convertRgb24ForEncoder(rgb, y, u, v, width, height);
+}
