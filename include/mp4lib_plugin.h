@@ -342,6 +342,10 @@ typedef struct AudioDecoderConfig {
  *               AudioSpecificConfig, or ADTS frames (any number, a partial
  *               last frame reported as leftover).
  * Header words A-D are 0. Video pictures are handed out with pitch = width.
+ * A video decode given a picture buffer fills it only when the stream's
+ * picture has the size MovieParams announced at initDecode (decodedWidth x
+ * decodedHeight); a stream of another size fails there rather than overrun
+ * the buffer.
  */
 typedef Mp4Word (*Mp4PluginIdentityFn)(void);
 typedef Mp4Word (*Mp4PluginInitFn)(Mp4Word a, Mp4Word b);

@@ -204,8 +204,11 @@ void AvVideoCodec::finalizeEncode() {
 
 // ---- Decoding ----------------------------------------------------------------
 
-Mp4Word AvVideoCodec::initDecode(Mp4Word, Mp4Word) {
+Mp4Word AvVideoCodec::initDecode(Mp4Word, Mp4Word movieParams) {
   finalizeDecode();
+  if (auto* movie = reinterpret_cast<const MovieParams*>(movieParams)) {
+    announced_ = {movie->decodedWidth, movie->decodedHeight};
+  }
   return openDecoder(&decoder_, codecId_) ? 1 : 0;
 }
 
@@ -217,10 +220,17 @@ bool AvVideoCodec::decodeInput(const std::uint8_t* bytes, std::size_t length, st
   return decodePacket(bytes, length);
 }
 
-Mp4Word AvVideoCodec::decode(Mp4Word unitWord, Mp4Word length, Mp4Word, Mp4Word pictureSizeWord, Mp4Word startCode) {
+Mp4Word AvVideoCodec::decode(Mp4Word unitWord, Mp4Word length, Mp4Word pictureWord, Mp4Word pictureSizeWord,
+                             Mp4Word startCode) {
   auto* unit = reinterpret_cast<const std::uint8_t*>(unitWord);
   if (decoder_.get() == nullptr || unit == nullptr || length == 0) return 0;
   if (!decodeInput(unit, length, static_cast<std::uint8_t>(startCode))) return 0;
+  if (pictureWord != 0) {
+    // The caller's buffer holds a picture of the announced size only; a
+    // stream whose pictures are another size cannot be delivered there.
+    if (decoded_.empty() || decoded_.width != announced_.width || decoded_.height != announced_.height) return 0;
+    std::memcpy(reinterpret_cast<std::uint8_t*>(pictureWord), decoded_.bytes.data(), decoded_.bytes.size());
+  }
   if (pictureSizeWord != 0) {
     *reinterpret_cast<std::uint32_t*>(pictureSizeWord) = static_cast<std::uint32_t>(decoded_.bytes.size());
   }
@@ -234,6 +244,7 @@ Mp4Word AvVideoCodec::getDecodeYUV(Mp4Word y, Mp4Word u, Mp4Word v, Mp4Word pitc
 void AvVideoCodec::finalizeDecode() {
   decoder_.reset();
   decoded_ = Picture{};
+  announced_ = {0, 0};
 }
 
 }  // namespace mp4lib::plugin

@@ -81,6 +81,9 @@ class AvVideoCodec : public PluginCodec {
 
   AvCodecContext decoder_;
   Picture decoded_;
+  // The picture size the movie announced; a caller's picture buffer holds
+  // exactly that much.
+  CodedSize announced_{0, 0};
 };
 
 // Decodes whole packets into `picture`; shared by the decoder and the

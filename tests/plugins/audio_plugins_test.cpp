@@ -136,13 +136,13 @@ TEST_F(AudioPlugins, AudioDecodersRefuseGarbageWithoutCrashing) {
 class AacPlugin : public AudioPlugins {
  protected:
   static std::vector<std::uint8_t> makeAdts() {
-    const auto path = std::filesystem::temp_directory_path() / "mp4lib-test-tone.aac";
+    const PluginFolder scratch;  // a folder of its own: tests run in parallel
+    const auto path = scratch.path() / "tone.aac";
     const std::string command = "ffmpeg -v error -y -f lavfi -i sine=frequency=1000:duration=1:sample_rate=44100 "
                                 "-c:a aac -b:a 96k -f adts " + path.string();
     if (std::system(command.c_str()) != 0) return {};
     std::ifstream file(path, std::ios::binary);
     std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    std::filesystem::remove(path);
     return bytes;
   }
   void SetUp() override {

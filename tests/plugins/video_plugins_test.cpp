@@ -110,9 +110,13 @@ class VideoPlugins : public RealPlugins {
       const Mp4Word header = codecs::decodeVideoFrameHeader(bytes.data(), static_cast<std::uint32_t>(bytes.size()), 0);
       EXPECT_EQ(header, static_cast<Mp4Word>(f == 0 ? MP4LIB_FRAME_KEY : MP4LIB_FRAME_INTER)) << "frame " << f;
       std::uint32_t pictureSize = 0;
-      EXPECT_EQ(codecs::decodeVideoUnits(bytes.data(), static_cast<std::uint32_t>(bytes.size()), 1, word(&pictureSize)), 1u);
+      std::vector<std::uint8_t> picture(width * height * 3 / 2, 0xEE);
+      EXPECT_EQ(codecs::decodeVideoUnits(bytes.data(), static_cast<std::uint32_t>(bytes.size()), word(picture.data()),
+                                         word(&pictureSize)),
+                1u);
       EXPECT_EQ(pictureSize, width * height * 3 / 2);
       const Planes decoded = fetch(codec->getDecodeYUV);
+      EXPECT_EQ(std::memcmp(picture.data(), decoded.y, picture.size()), 0) << "the picture buffer holds the picture";
       EXPECT_EQ(decoded.pitch, width);
       EXPECT_EQ(decoded.chromaPitch, width / 2);
       EXPECT_GE(psnr(pattern(width, height, f), decoded.y, decoded.u, decoded.v, width, height), 30.0) << "frame " << f;
@@ -191,11 +195,31 @@ TEST_F(VideoPlugins, GarbageDoesNotDecode) {
     std::vector<std::uint8_t> garbage(3000);
     for (std::size_t i = 0; i < garbage.size(); ++i) garbage[i] = static_cast<std::uint8_t>(i * 37 + 11);
     std::uint32_t size = 0;
-    codec->decode(word(garbage.data()), garbage.size(), 1, word(&size), 0xB6);  // must not crash
+    codec->decode(word(garbage.data()), garbage.size(), 0, word(&size), 0xB6);  // must not crash
     EXPECT_EQ(codec->decodeFrameHeader(word(garbage.data()), 3, 0), static_cast<Mp4Word>(MP4LIB_FRAME_NONE));
-    EXPECT_EQ(codec->decode(0, 10, 1, word(&size), 0), 0u);
+    EXPECT_EQ(codec->decode(0, 10, 0, word(&size), 0), 0u);
     codec->finalizeDecode(0);
   }
+}
+
+TEST_F(VideoPlugins, PictureOfAnotherSizeIsNotWrittenToTheCallersBuffer) {
+  CodecPlugin* codec = plugin(MP4LIB_CODEC_TYPE_H263);
+  ASSERT_NE(codec, nullptr);
+  EncoderParams params = videoParams(352, 288);
+  EncoderContext context{};
+  ASSERT_EQ(codec->initEncode(word(&params), word(&context)), 1u);
+  const auto frames = encodeFrames(codec, context, 1);
+  codec->finalizeEncode(0);
+  MovieParams movie{};
+  movie.decodedWidth = 176;  // the file claims QCIF; the stream is CIF
+  movie.decodedHeight = 144;
+  ASSERT_EQ(codec->initDecode(0, word(&movie)), 1u);
+  std::vector<std::uint8_t> picture(176 * 144 * 3 / 2);
+  std::uint32_t size = 0;
+  EXPECT_EQ(codec->decode(word(frames[0].data()), frames[0].size(), word(picture.data()), word(&size), 0), 0u);
+  EXPECT_EQ(codec->decode(word(frames[0].data()), frames[0].size(), 0, word(&size), 0), 1u);
+  EXPECT_EQ(size, 352u * 288u * 3u / 2u);
+  codec->finalizeDecode(0);
 }
 
 TEST_F(VideoPlugins, NoPictureBeforeDecoding) {
@@ -233,7 +257,7 @@ TEST_F(VideoPlugins, Mpeg4StreamHeaderConfiguresTheDecoder) {
   ASSERT_EQ(codec->initDecode(0, word(&movie)), 1u);
   EXPECT_EQ(codec->decodeFrameHeader(word(first.data()), vop, 0), static_cast<Mp4Word>(MP4LIB_FRAME_NONE));
   std::uint32_t size = 0;
-  EXPECT_EQ(codec->decode(word(first.data() + vop), first.size() - vop, 1, word(&size), 0xB6), 1u);
+  EXPECT_EQ(codec->decode(word(first.data() + vop), first.size() - vop, 0, word(&size), 0xB6), 1u);
   EXPECT_EQ(size, 176u * 144u * 3u / 2u);
   const Planes decoded = fetch(codec->getDecodeYUV);
   EXPECT_GE(psnr(pattern(176, 144, 0), decoded.y, decoded.u, decoded.v, 176, 144), 30.0);
