@@ -61,6 +61,112 @@ MP4LIB_API uint32_t convertDWORDToBigEndian(uint32_t x);
 /* The same reversal, under the name the reader uses. */
 MP4LIB_API uint32_t convertDWORDToLittleEndian(uint32_t x);
 
+/* ---- Recording -------------------------------------------------------------
+ * Order: initEncoder -> createEncodeFile -> writeVideoFileHeader -> encode
+ * calls and writeEncodeData -> closeEncodeFile -> finalizeEncoder.
+ * Timestamps are in ms; 0xFFFFFFFF means "now" (the system's millisecond
+ * clock). Results passed on from a codec plug-in fail when their lowest 8
+ * bits are 0. `out`/`outSize` belong to the plug-in: *outSize is the
+ * capacity of out on entry (0 = at least coded width x coded height x 3
+ * bytes for video, one PCM block for audio) and the compressed size on
+ * return. */
+
+/* Starts a recording context: checks that the current volume has more than
+ * 10,000 free bytes, opens the video (flag 4) and audio (flag 8) plug-ins
+ * and allocates the frame buffer; *context receives the library's
+ * EncoderContext. 1, 0, or a failing plug-in's result. Refused while a
+ * decoder or another encoder context is active, or while a file of an
+ * earlier context is still open. */
+MP4LIB_API Mp4Word initEncoder(EncoderParams* params, EncoderContext** context);
+
+/* Creates the output file (any extension; always 3GP) and prepares its
+ * tracks. 1 when the file is open. Needs initEncoder; refused while a file
+ * is open. */
+MP4LIB_API int32_t createEncodeFile(const wchar_t* path);
+
+/* Bytes of the output file that have reached the file (not those still
+ * buffered), or 0 without a file. */
+MP4LIB_API int32_t getEncodeFilePos(void);
+
+/* Ends the recording context: frees the track tables and the frame buffer
+ * and finalizes the plug-ins. Call closeEncodeFile first. */
+MP4LIB_API void finalizeEncoder(void);
+
+/* Writes the file header ("ftyp", vendor header box, "mdat" header) with
+ * the application's `value` in the vendor header. A nonzero `rewrite`
+ * writes nothing for a 3GP file. 1, or 0 without a file. */
+MP4LIB_API int32_t writeVideoFileHeader(uint32_t value, uint8_t rewrite);
+
+/* Settles the timing tables, appends the movie box, patches the media data
+ * size and closes the file. 1 when a file was open, 0 when none was. */
+MP4LIB_API int32_t closeEncodeFile(void);
+
+/* Encodes one frame already in short planar YUV 4:2:0 at the coded size and
+ * keeps its timing; the caller stores the result with writeEncodeData.
+ * Returns the plug-in's result. */
+MP4LIB_API Mp4Word encode_video(const int16_t* frame, Mp4Word arg, uint8_t* out, uint32_t* outSize, uint32_t ts);
+
+/* Converts an RGB24 picture (rgb24_yuv420, `option` passed on) into the
+ * frame buffer and encodes it like encode_video. */
+MP4LIB_API Mp4Word encode_RGB24_video(const uint8_t* rgb, Mp4Word arg, uint8_t* out, uint32_t* outSize, uint32_t ts,
+                                      uint8_t option);
+
+/* The same for RGB16 (rgb16_yuv420). */
+MP4LIB_API Mp4Word encode_RGB16_video(const uint16_t* rgb, Mp4Word arg, uint8_t* out, uint32_t* outSize, uint32_t ts,
+                                      uint8_t option);
+
+/* Packed YUV 4:2:2 (yuv422_yuv420), then encode_video. */
+MP4LIB_API Mp4Word encode_YUV422_video(const uint8_t* yuv, Mp4Word arg, uint8_t* out, uint32_t* outSize, uint32_t ts);
+
+/* Byte planar 4:2:2 in one buffer (byte_yuv422_yuv420_planner), then
+ * encode_video. */
+MP4LIB_API Mp4Word encode_YUV422_byte_planner_video(const uint8_t* yuv, Mp4Word arg, uint8_t* out, uint32_t* outSize,
+                                                    uint32_t ts);
+
+/* Byte planar 4:2:2 as three planes, then encode_video. */
+MP4LIB_API Mp4Word encode_YUV422_byte_planner_video_s3(const uint8_t* y, const uint8_t* u, const uint8_t* v,
+                                                       Mp4Word arg, uint8_t* out, uint32_t* outSize, uint32_t ts);
+
+/* Byte planar 4:2:0 in one buffer, then encode_video. */
+MP4LIB_API Mp4Word encode_YUV420_byte_planner_video(const uint8_t* yuv, Mp4Word arg, uint8_t* out, uint32_t* outSize,
+                                                    uint32_t ts);
+
+/* Byte planar 4:2:0 as three planes, then encode_video. */
+MP4LIB_API Mp4Word encode_YUV420_byte_planner_video_s3(const uint8_t* y, const uint8_t* u, const uint8_t* v,
+                                                       Mp4Word arg, uint8_t* out, uint32_t* outSize, uint32_t ts);
+
+/* Short planar 4:2:0 at the picture size, then encode_video. */
+MP4LIB_API Mp4Word encode_YUV420_short_planner_video(const int16_t* yuv, Mp4Word arg, uint8_t* out, uint32_t* outSize,
+                                                     uint32_t ts);
+
+/* Encodes one frame like encode_video and, when `store` is nonzero, stores
+ * the compressed sample in the file. 1 or 0. */
+MP4LIB_API int32_t encodeVideo(const int16_t* frame, Mp4Word arg, uint8_t* out, uint32_t* outSize, uint8_t store,
+                               uint32_t ts);
+
+/* Converts an RGB24 picture and calls encodeVideo with the frame buffer and
+ * the frame sample count as `arg`. 1 or 0. */
+MP4LIB_API int32_t encodeRGB24Video(const uint8_t* rgb, Mp4Word unused, uint8_t* out, uint32_t* outSize, uint8_t store,
+                                    uint32_t ts, uint8_t option);
+
+/* The same for RGB16. */
+MP4LIB_API int32_t encodeRGB16Video(const uint16_t* rgb, Mp4Word unused, uint8_t* out, uint32_t* outSize,
+                                    uint8_t store, uint32_t ts, uint8_t option);
+
+/* Encodes one PCM block with the audio plug-in; its result, 0 without one. */
+MP4LIB_API Mp4Word encode_audio(const uint8_t* pcm, uint32_t length, uint8_t* out, uint32_t* outSize);
+
+/* Encodes the oldest captured PCM block, if any, and stores it when `store`
+ * is nonzero. 1 when a block was encoded, else 0. */
+MP4LIB_API int32_t encodeWaveInAudio(uint8_t* out, uint32_t* outSize, uint8_t store);
+
+/* Stores one compressed sample: type 0 video, 1 audio. 1 stored, 0 not. */
+MP4LIB_API int32_t writeEncodeData(const uint8_t* data, uint32_t size, uint32_t type, uint32_t ts);
+
+/* The video plug-in's reconstructed picture (see getReconYUV in
+ * mp4lib_plugin.h); 0 without a video plug-in. */
+MP4LIB_API Mp4Word encode_getReconYUV(uint8_t** y, uint8_t** u, uint8_t** v, uint32_t* pitch, uint32_t* chromaPitch);
+
 /* ---- RGB to YUV 4:2:0 ------------------------------------------------------
  * Short planar YUV 4:2:0: Y plane of width x height 16-bit samples (0..255),
  * then U and V of (width/2) x (height/2). RGB16 is one little-endian 5-6-5

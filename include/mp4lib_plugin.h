@@ -260,6 +260,9 @@ typedef struct AudioDecoderConfig {
  *          width, height, codedWidth, codedHeight (never 0, both even),
  *          frameRate, timingMode, conversionFlags (MP4LIB_CONVERT_RESIZE when
  *          the coded size differs from the picture size) and header words A-D.
+ *          Recorded files carry no decoder configuration of their own (the
+ *          MPEG-4 visual "esds" has an empty decoder-specific block), so a
+ *          stream's configuration must travel in-band, in its key frames.
  *   audio: a = EncoderParams.audioOption, b = 0. The PCM format is that of
  *          EncoderParams; an audio plug-in that needs it is told through
  *          audioOption or uses 16-bit mono 8000 Hz.
@@ -319,6 +322,35 @@ typedef struct AudioDecoderConfig {
  *   frame = the bytes of one frame (codec id 13: the unit with start code
  *   0xB6, or at initDecoder the stream header, which configures the decoder);
  *   p3 = 0, reserved. Never decodes pixels.
+ */
+/*
+ * The plug-ins that come with mp4lib (plugins/) add these choices:
+ *   codech263   H.263 encode/decode. Encodes only 128x96, 176x144, 352x288,
+ *               704x576 and 1408x1152: the requested coded size if it is one
+ *               of them, else the picture size if it is, else the smallest
+ *               that holds the picture (resize flag set). Key frames every
+ *               keyFrameInterval frames (default 30); bit rate default about
+ *               0.3 bit per pixel and frame (QCIF 15 fps: 114 kbit/s).
+ *   codecmpeg4  MPEG-4 visual encode/decode, any even size up to 4096. The
+ *               configuration travels in-band in key frames. Units that are
+ *               not pictures (start codes other than 0xB6) are kept and sent
+ *               with the next picture; decodeFrameHeader keeps the
+ *               configuration units of a stream header it is given.
+ *   codecamr    AMR-NB encode/decode, 16-bit mono 8000 Hz. audioOption 0
+ *               selects 12.2 kbit/s (32-byte frames), 1..8 the modes
+ *               4.75 ... 12.2 kbit/s. PCM short of a whole 20 ms frame waits
+ *               for the next block.
+ *   codecg723   G.723.1 encode at 6.3 kbit/s (24-byte frames per 30 ms) and
+ *               decode of all frame types.
+ *   codecpcm    little-endian 16-bit PCM decode (a copy).
+ *   codecaac    AAC decode: one raw access unit per call with the track's
+ *               AudioSpecificConfig, or ADTS frames (any number, a partial
+ *               last frame reported as leftover).
+ * Header words A-D are 0. Video pictures are handed out with pitch = width.
+ * A video decode given a picture buffer fills it only when the stream's
+ * picture has the size MovieParams announced at initDecode (decodedWidth x
+ * decodedHeight); a stream of another size fails there rather than overrun
+ * the buffer.
  */
 typedef Mp4Word (*Mp4PluginIdentityFn)(void);
 typedef Mp4Word (*Mp4PluginInitFn)(Mp4Word a, Mp4Word b);

@@ -64,6 +64,25 @@ class Lock {
   CriticalSection& section_;
 };
 
+// A wake-up call between threads, like a condition variable with its own
+// lock: one thread changes shared state inside notifyAll, others block in
+// waitUntil until their test of that state passes. The test and the change
+// both run under the signal's lock, so no wake-up is lost.
+class Signal {
+ public:
+  Signal();
+  ~Signal();
+  Signal(const Signal&) = delete;
+  Signal& operator=(const Signal&) = delete;
+  // Returns once done(context) is true; blocks between tries.
+  void waitUntil(bool (*done)(void*), void* context);
+  // Runs change(context) (null: nothing) and wakes every waiter.
+  void notifyAll(void (*change)(void*), void* context);
+
+ private:
+  alignas(16) unsigned char storage_[128];
+};
+
 void sleepMs(std::uint32_t ms);
 
 // Milliseconds on a 32-bit clock that wraps (timeGetTime). Tests may replace

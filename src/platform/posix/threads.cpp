@@ -57,6 +57,45 @@ CriticalSection::~CriticalSection() { pthread_mutex_destroy(mutexIn(storage_)); 
 void CriticalSection::enter() { pthread_mutex_lock(mutexIn(storage_)); }
 void CriticalSection::leave() { pthread_mutex_unlock(mutexIn(storage_)); }
 
+namespace {
+
+struct SignalParts {
+  pthread_mutex_t mutex;
+  pthread_cond_t condition;
+};
+
+SignalParts* partsIn(unsigned char* storage) { return reinterpret_cast<SignalParts*>(storage); }
+
+}  // namespace
+
+Signal::Signal() {
+  static_assert(sizeof(SignalParts) <= sizeof(storage_), "signal does not fit");
+  SignalParts* parts = new (storage_) SignalParts;
+  pthread_mutex_init(&parts->mutex, nullptr);
+  pthread_cond_init(&parts->condition, nullptr);
+}
+
+Signal::~Signal() {
+  SignalParts* parts = partsIn(storage_);
+  pthread_cond_destroy(&parts->condition);
+  pthread_mutex_destroy(&parts->mutex);
+}
+
+void Signal::waitUntil(bool (*done)(void*), void* context) {
+  SignalParts* parts = partsIn(storage_);
+  pthread_mutex_lock(&parts->mutex);
+  while (!done(context)) pthread_cond_wait(&parts->condition, &parts->mutex);
+  pthread_mutex_unlock(&parts->mutex);
+}
+
+void Signal::notifyAll(void (*change)(void*), void* context) {
+  SignalParts* parts = partsIn(storage_);
+  pthread_mutex_lock(&parts->mutex);
+  if (change != nullptr) change(context);
+  pthread_cond_broadcast(&parts->condition);
+  pthread_mutex_unlock(&parts->mutex);
+}
+
 void sleepMs(std::uint32_t ms) {
   timespec wait{static_cast<time_t>(ms / 1000), static_cast<long>(ms % 1000) * 1000000L};
   while (nanosleep(&wait, &wait) != 0) {

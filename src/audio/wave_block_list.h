@@ -1,0 +1,47 @@
+// The wave block list: a first-in first-out list of PCM blocks. Capture
+// appends each full input buffer and the audio encoder takes them from the
+// head; playback queues its output blocks on the same list, so recording and
+// playback must not use it at once. The list has its own lock, so one thread
+// may append while another removes.
+#pragma once
+
+#include <cstdint>
+
+namespace mp4lib::audio {
+
+// Layout of a wave header as the wave devices use it.
+struct WaveHeader {
+  std::uint8_t* data;
+  std::uint32_t bufferLength;   // bytes
+  std::uint32_t bytesRecorded;  // bytes
+  std::uintptr_t user;
+  std::uint32_t flags;
+  std::uint32_t loops;
+  WaveHeader* next;
+  std::uintptr_t reserved;
+};
+
+// One heap block of the list: its header, then the link to the next block.
+struct WaveBlock {
+  WaveHeader header;
+  WaveBlock* link;
+};
+
+// A block with a zeroed data area of `size` bytes, bufferLength = size,
+// bytesRecorded 0, not yet on the list. Null when memory ran out.
+WaveBlock* newWaveBlock(std::uint32_t size);
+// Frees a block that is not on the list.
+void freeWaveBlock(WaveBlock* block);
+
+// Puts a filled block at the tail; the list owns it from then on.
+void appendWaveBlock(WaveBlock* block);
+// The oldest block, or null. It stays valid until removed; only the thread
+// that removes blocks should use it.
+WaveBlock* waveBlockHead();
+// Removes and frees the oldest block, if any.
+void removeWaveBlockHead();
+std::uint32_t waveBlockCount();
+// Frees every block.
+void clearWaveBlocks();
+
+}  // namespace mp4lib::audio
