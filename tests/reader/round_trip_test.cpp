@@ -1,6 +1,5 @@
 // Movies recorded by the library play back with every sample where it was
-// written, of the size it was written, at the time it was recorded. Built
-// when the recorder is in the tree (see the reader block of CMakeLists.txt).
+// written, of the size it was written, at the time it was recorded.
 #include <gtest/gtest.h>
 
 #include <vector>
