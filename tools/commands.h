@@ -1,0 +1,32 @@
+// The tool's commands. Each returns the process exit code and explains every
+// failure on standard error.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace mp4lib::tool {
+
+struct RecordOptions {
+  std::string output = "movie.3gp";
+  std::string video = "h263";  // h263, mpeg4 or none
+  std::string audio = "amr";   // amr, g723 or none
+  std::uint32_t width = 176;
+  std::uint32_t height = 144;
+  double frameRate = 15.0;
+  double seconds = 10.0;
+  std::string videoInput;  // .y4m, .yuv (I420) or .rgb (RGB24); empty = test picture
+  std::string audioInput;  // .wav; empty = test tone
+};
+
+struct PlayOptions {
+  std::string input = "movie.3gp";
+  std::string outputFolder = "movie-frames";
+  std::uint32_t everyNthFrame = 1;
+};
+
+int record(const RecordOptions& options);
+int play(const PlayOptions& options);
+int listPlugins();
+
+}  // namespace mp4lib::tool

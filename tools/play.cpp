@@ -1,0 +1,136 @@
+// Playing a movie through the exported API: every video frame to a PNG, the
+// audio to one WAV file.
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "commands.h"
+#include "image_files.h"
+#include "mp4lib.h"
+
+namespace mp4lib::tool {
+
+namespace {
+
+// A movie this library recorded carries the video type byte-swapped.
+const char* videoCodecName(std::uint32_t type) {
+  if (type > 0xFFFF) type = convertDWORDToLittleEndian(type);
+  switch (type) {
+    case MP4LIB_CODEC_TYPE_MPEG4V: return "MPEG-4 visual";
+    case MP4LIB_CODEC_TYPE_H263: return "H.263";
+    default: return "other video";
+  }
+}
+
+const char* audioCodecName(std::uint32_t type) {
+  switch (type) {
+    case MP4LIB_CODEC_TYPE_PCM: return "PCM";
+    case MP4LIB_CODEC_TYPE_G723: return "G.723";
+    case MP4LIB_CODEC_TYPE_AMR: return "AMR";
+    case MP4LIB_CODEC_TYPE_AAC: return "AAC";
+    default: return "other audio";
+  }
+}
+
+// Decoded pictures come as blue, green, red; PNG wants red first.
+std::vector<std::uint8_t> swapRedBlue(const std::vector<std::uint8_t>& bgr) {
+  std::vector<std::uint8_t> rgb(bgr.size());
+  for (std::size_t i = 0; i + 2 < bgr.size(); i += 3) {
+    rgb[i] = bgr[i + 2];
+    rgb[i + 1] = bgr[i + 1];
+    rgb[i + 2] = bgr[i];
+  }
+  return rgb;
+}
+
+int playVideo(const MovieParams& movie, const PlayOptions& options, std::uint32_t* written) {
+  std::uint32_t frames = 0;
+  getVideoFrameNum(&frames);
+  std::vector<std::uint8_t> bgr(static_cast<std::size_t>(movie.width) * movie.height * 3);
+  for (std::uint32_t entry = 0; entry < frames; ++entry) {
+    std::uint32_t size = 0, timeMs = 0;
+    if (decode_RGB24_video_track(static_cast<std::int32_t>(entry), bgr.data(), &size, &timeMs) != 1) {
+      std::fprintf(stderr, "mp4lib: video frame %u of %s does not decode\n", entry, options.input.c_str());
+      return 1;
+    }
+    if (entry % options.everyNthFrame != 0) continue;
+    char name[32];
+    std::snprintf(name, sizeof name, "frame-%05u.png", entry);
+    const auto path = std::filesystem::path(options.outputFolder) / name;
+    if (!writePng(path.string(), movie.width, movie.height, swapRedBlue(bgr))) {
+      std::fprintf(stderr, "mp4lib: cannot write %s\n", path.string().c_str());
+      return 1;
+    }
+    ++*written;
+  }
+  return 0;
+}
+
+int playAudio(const MovieParams& movie, const PlayOptions& options, std::size_t* bytes) {
+  std::uint32_t samples = 0;
+  getAudioFrameNum(&samples);
+  std::vector<std::uint8_t> pcm, chunk(MP4LIB_AUDIO_DECODE_MIN_OUTPUT);
+  for (std::uint32_t entry = 0; entry < samples; ++entry) {
+    std::uint32_t left = 0;
+    do {
+      std::uint32_t length = static_cast<std::uint32_t>(chunk.size()), timeMs = 0;
+      if ((decode_audio_track(static_cast<std::int32_t>(entry), chunk.data(), &length, &timeMs, &left) & 0xFF) == 0) {
+        std::fprintf(stderr, "mp4lib: audio sample %u of %s does not decode\n", entry, options.input.c_str());
+        return 1;
+      }
+      pcm.insert(pcm.end(), chunk.begin(), chunk.begin() + length);
+    } while (left > 0);
+  }
+  const auto path = std::filesystem::path(options.outputFolder) / "audio.wav";
+  if (!writeWav(path.string(), movie.sampleRate, static_cast<std::uint16_t>(movie.channels ? movie.channels : 1), pcm)) {
+    std::fprintf(stderr, "mp4lib: cannot write %s\n", path.string().c_str());
+    return 1;
+  }
+  *bytes = pcm.size();
+  return 0;
+}
+
+void describe(const MovieParams& movie) {
+  std::uint32_t durationMs = 0, frames = 0, samples = 0;
+  getMovieDuration(&durationMs);
+  std::printf("movie: %u ms\n", durationMs);
+  if (movie.videoEnabled && getVideoFrameNum(&frames) == 1) {
+    std::printf("  video: %s %ux%u (decoded %ux%u), %u frames at %.2f fps\n", videoCodecName(movie.videoCodecCode),
+                movie.width, movie.height, movie.decodedWidth, movie.decodedHeight, frames, movie.frameRate);
+  }
+  if (movie.audioEnabled && getAudioFrameNum(&samples) == 1) {
+    std::printf("  audio: %s %u Hz, %u channel(s), %u samples of %u ms\n", audioCodecName(movie.audioCodecCode),
+                movie.sampleRate, movie.channels, samples, movie.audioFrameMs);
+  }
+}
+
+}  // namespace
+
+int play(const PlayOptions& options) {
+  MovieParams* movie = nullptr;
+  const std::wstring path(options.input.begin(), options.input.end());
+  if (initDecoder(path.c_str(), &movie) != 1) {
+    std::fprintf(stderr,
+                 "mp4lib: cannot play %s: the file is missing, is not a 3GP/MP4 movie, has an empty first track, or "
+                 "no codec plug-in decodes its tracks\n",
+                 options.input.c_str());
+    return 1;
+  }
+  describe(*movie);
+  std::error_code error;
+  std::filesystem::create_directories(options.outputFolder, error);
+  std::uint32_t pictures = 0;
+  std::size_t pcmBytes = 0;
+  int result = 0;
+  if (movie->videoEnabled) result = playVideo(*movie, options, &pictures);
+  if (result == 0 && movie->audioEnabled) result = playAudio(*movie, options, &pcmBytes);
+  finalizeDecoder();
+  if (result == 0) {
+    std::printf("played %s: %u PNG frames and %zu bytes of PCM (audio.wav) in %s\n", options.input.c_str(), pictures,
+                pcmBytes, options.outputFolder.c_str());
+  }
+  return result;
+}
+
+}  // namespace mp4lib::tool
