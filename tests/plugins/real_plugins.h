@@ -36,7 +36,7 @@ inline Mp4Word word(const void* pointer) { return reinterpret_cast<Mp4Word>(poin
 inline std::vector<std::uint8_t> tone(double hertz, int sampleRate, int samples, double amplitude = 8000.0) {
   std::vector<std::uint8_t> pcm(static_cast<std::size_t>(samples) * 2);
   for (int i = 0; i < samples; ++i) {
-    const auto s = static_cast<std::int16_t>(std::lround(amplitude * std::sin(2.0 * M_PI * hertz * i / sampleRate)));
+    const auto s = static_cast<std::int16_t>(std::lround(amplitude * std::sin(2.0 * 3.14159265358979323846 * hertz * i / sampleRate)));
     pcm[2 * i] = static_cast<std::uint8_t>(static_cast<std::uint16_t>(s) & 0xFF);
     pcm[2 * i + 1] = static_cast<std::uint8_t>(static_cast<std::uint16_t>(s) >> 8);
   }
