@@ -76,8 +76,12 @@ int playAudio(const MovieParams& movie, const PlayOptions& options, std::size_t*
     do {
       std::uint32_t length = static_cast<std::uint32_t>(chunk.size()), timeMs = 0;
       if ((decode_audio_track(static_cast<std::int32_t>(entry), chunk.data(), &length, &timeMs, &left) & 0xFF) == 0) {
-        std::fprintf(stderr, "mp4lib: audio sample %u of %s does not decode\n", entry, options.input.c_str());
-        return 1;
+        // Files whose last chunk run spans several chunks leave the later
+        // samples without a place in the file; keep what played before.
+        std::fprintf(stderr, "mp4lib: audio sample %u of %u in %s does not decode; audio.wav ends before it\n", entry,
+                     samples, options.input.c_str());
+        entry = samples;
+        break;
       }
       pcm.insert(pcm.end(), chunk.begin(), chunk.begin() + length);
     } while (left > 0);
