@@ -456,7 +456,8 @@ MP4LIB_API int32_t openWaveInEx(uint32_t instance, Mp4WaveWindow window, uint32_
 /* For each MP4LIB_WIM_DATA: copies the captured bytes to a new block at the
  * tail of the block list (encodeWaveInAudio takes them) and gives the buffer
  * back to the device. The device's result (0 = accepted); a header that is
- * not one of the open device's buffers is refused with 5. */
+ * not one of the open device's buffers is refused with 5, one the device has
+ * not finished (no MP4LIB_WHDR_DONE) with 33. */
 MP4LIB_API uint32_t processWaveIn(uintptr_t unused, Mp4WaveHeader* header);
 /* Stops capture and frees the buffers; captured blocks stay for the
  * encoder. 1, or 0 when the device refused to reset or stop. */

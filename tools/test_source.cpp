@@ -32,7 +32,7 @@ std::vector<std::uint8_t> testTone(std::uint32_t sampleRate, std::uint64_t first
   std::vector<std::uint8_t> pcm(static_cast<std::size_t>(count) * 2);
   for (std::uint32_t i = 0; i < count; ++i) {
     const double t = static_cast<double>(first + i) / sampleRate;
-    const auto sample = static_cast<std::int16_t>(std::lround(10000.0 * std::sin(2.0 * M_PI * 440.0 * t)));
+    const auto sample = static_cast<std::int16_t>(std::lround(10000.0 * std::sin(2.0 * 3.14159265358979323846 * 440.0 * t)));
     pcm[2 * i] = static_cast<std::uint8_t>(static_cast<std::uint16_t>(sample) & 0xFF);
     pcm[2 * i + 1] = static_cast<std::uint8_t>(static_cast<std::uint16_t>(sample) >> 8);
   }

@@ -115,6 +115,8 @@ extern "C" MP4LIB_API uint32_t processWaveIn(uintptr_t, Mp4WaveHeader* header) {
   // Buffers the device gives back after close (or foreign headers) are
   // refused without being touched: their memory may be gone.
   if (!audio::capture.buffersHeld || !audio::isCaptureHeader(own)) return platform::kWaveInvalidHandle;
+  // A buffer the device still holds is not full yet.
+  if ((platform::loadHeaderFlags(own) & platform::kWaveHeaderDone) == 0) return platform::kWaveStillPlaying;
   audio::appendCapturedBytes(*own);
   return platform::waveDevices().waveInAddBuffer(audio::capture.handle, own, platform::kWaveHeaderSize);
 }

@@ -149,6 +149,8 @@ TEST_F(WaveIn, HeadersThatAreNotTheDevicesAreRefused) {
   WaveHeader foreign{};
   EXPECT_EQ(processWaveIn(0, asPublic(&foreign)), 5u);
   EXPECT_EQ(processWaveIn(0, nullptr), 5u);
+  WaveHeader* queued = devices.callsNamed("waveInAddBuffer")[0].header;
+  EXPECT_EQ(processWaveIn(0, asPublic(queued)), 33u);  // still the device's
   WaveHeader* full = devices.fillNextInput({1});
   ASSERT_EQ(closeWaveIn(), 1);
   EXPECT_EQ(processWaveIn(0, asPublic(full)), 5u);  // a message that came after close

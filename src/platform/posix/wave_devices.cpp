@@ -1,10 +1,12 @@
-// POSIX wave devices. Without a sound backend built in, there is no device:
-// every open fails as a missing device does (MMSYSERR_BADDEVICEID) and every
-// other call reports an invalid handle.
+// POSIX wave devices: the header flag access every backend shares, and,
+// when the library is built without ALSA, no device at all: every open
+// fails as a missing device does (MMSYSERR_BADDEVICEID) and every other call
+// reports an invalid handle.
 #include "platform/wave_device.h"
 
 namespace mp4lib::platform {
 
+#if !defined(MP4LIB_WITH_ALSA)
 namespace {
 
 class NoWaveDevices final : public WaveDevices {
@@ -41,6 +43,7 @@ WaveDevices& systemWaveDevices() {
   static NoWaveDevices devices;
   return devices;
 }
+#endif
 
 std::uint32_t loadHeaderFlags(const WaveHeader* header) { return __atomic_load_n(&header->flags, __ATOMIC_ACQUIRE); }
 
