@@ -116,6 +116,35 @@ TEST_F(AlsaDevices, PlaybackWritesTheDecodedPcmInOrder) {
   EXPECT_EQ(readAll(folder / "played.raw"), expected);
 }
 
+TEST_F(AlsaDevices, OnlyTheLeftChannelPlaysAtFullVolume) {
+  // 16-bit stereo: frames of left (2 bytes) then right (2 bytes).
+  const std::vector<Bytes> samples = makeSamples(2, 400);
+  MovieLayout layout;
+  TrackLayout track;
+  track.video = false;
+  track.entry = soundEntry("sowt", 0, 2, 16, 8000);
+  track.timing = {{2, 100}};
+  track.samples = samples;
+  track.timeScale = 8000;
+  layout.tracks = {track};
+  ASSERT_EQ(open(layout), 1);
+  Mp4WaveOutHandle handle = nullptr;
+  ASSERT_EQ(openWaveOutEx(0, &queue.target, 16, 8000, 2, &handle), 1);
+  ASSERT_EQ(decodeAudioAndPlayEx(), 1u);
+  ASSERT_EQ(decodeAudioAndPlayEx(), 1u);
+  for (int i = 0; i < 2; ++i) {
+    MessageQueue::Message message{};
+    ASSERT_TRUE(queue.take(&message));
+    processWaveOut(handle, message.header);
+  }
+  ASSERT_EQ(closeWaveOut(), 1);
+  // Volume word 0x0000FFFF: the left samples as decoded, the right ones 0.
+  Bytes expected;
+  for (const Bytes& sample : samples) expected.insert(expected.end(), sample.begin(), sample.end());
+  for (std::size_t at = 0; at + 3 < expected.size(); at += 4) expected[at + 2] = expected[at + 3] = 0;
+  EXPECT_EQ(readAll(folder / "played.raw"), expected);
+}
+
 TEST_F(AlsaDevices, CaptureDeliversTheInputInOrder) {
   Bytes input(320 * 6);
   for (std::size_t i = 0; i < input.size(); ++i) input[i] = static_cast<std::uint8_t>(i * 7 + i / 256);
