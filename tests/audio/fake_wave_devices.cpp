@@ -109,8 +109,10 @@ std::uint32_t FakeWaveDevices::waveInReset(WaveHandle handle) {
   if (!inputIs(handle)) return kWaveInvalidHandle;
   if (inResetResult != kWaveNoError) return inResetResult;
   // Every queued buffer comes back, marked done.
-  for (WaveHeader* header : input_) markDone(header);
-  input_.clear();
+  if (!inResetKeepsBuffers) {
+    for (WaveHeader* header : input_) markDone(header);
+    input_.clear();
+  }
   return kWaveNoError;
 }
 

@@ -34,7 +34,8 @@ class FakeWaveDevices final : public platform::WaveDevices {
   // Results the next calls give (0 = no error).
   std::uint32_t inOpenResult = 0, inResetResult = 0, inStopResult = 0;
   std::uint32_t outOpenResult = 0, outResetResult = 0, outCloseResult = 0;
-  // When set, waveOutReset leaves the queued buffers unfinished.
+  // When set, waveInReset / waveOutReset leave the queued buffers unfinished.
+  bool inResetKeepsBuffers = false;
   bool outResetKeepsBuffers = false;
 
   std::vector<WaveCall> calls;

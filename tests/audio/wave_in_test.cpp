@@ -176,6 +176,23 @@ TEST_F(WaveIn, CloseResetsStopsReleasesAndKeepsTheCapturedBlocks) {
   EXPECT_EQ(audio::waveBlockCount(), 1u);
 }
 
+TEST_F(WaveIn, CloseMarksBuffersTheDeviceKeptAsExactlyDone) {
+  ASSERT_EQ(openWaveIn(0, window, 16, 8000, 1), 1);
+  WaveHeader* full = devices.fillNextInput({1});  // done, with the application
+  devices.inResetKeepsBuffers = true;
+  devices.calls.clear();
+  ASSERT_EQ(closeWaveIn(), 1);
+  const auto unprepares = devices.callsNamed("waveInUnprepareHeader");
+  ASSERT_EQ(unprepares.size(), 5u);
+  for (const WaveCall& call : unprepares) {
+    if (call.header == full) {
+      EXPECT_EQ(call.flags, MP4LIB_WHDR_DONE | 0x2u) << "a done buffer keeps its flags";
+    } else {
+      EXPECT_EQ(call.flags, MP4LIB_WHDR_DONE) << "flags set to exactly done";
+    }
+  }
+}
+
 TEST_F(WaveIn, CloseFailsWithoutChangesWhenResetOrStopFails) {
   ASSERT_EQ(openWaveIn(0, window, 16, 8000, 1), 1);
   devices.inResetResult = 6;
