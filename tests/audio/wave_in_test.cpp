@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <thread>
 #include <vector>
 
 #include "audio/fake_wave_devices.h"
@@ -276,6 +277,33 @@ TEST_F(WaveInRecording, EncodeWaveInAudioEncodesWhatProcessWaveInCaptured) {
   const frame::TrackRecord& track = frame::movieContext().tracks[0];
   EXPECT_EQ(track.sampleCount, 2);
   EXPECT_EQ(track.samples[1].offset - track.samples[0].offset, 320u);
+}
+
+TEST_F(WaveInRecording, CaptureThreadStoresAudioWhileVideoIsStoredOnAnother) {
+  EncoderParams params = videoParams(MP4LIB_CODEC_TYPE_H263, 1);
+  addAudio(params, MP4LIB_CODEC_TYPE_AMR, 20);
+  ASSERT_NE(startRecording(params, "both.3gp"), nullptr);
+  ASSERT_EQ(openWaveIn(0, reinterpret_cast<Mp4WaveWindow>(&windowToken), 16, 8000, 1), 1);
+  constexpr int kBlocks = 60;
+  constexpr int kFrames = 60;
+  // The capture side: each full buffer goes to the list, then to the file.
+  std::thread capture([this] {
+    std::vector<std::uint8_t> out(1000);
+    for (int i = 0; i < kBlocks; ++i) {
+      processWaveIn(0, asPublic(devices.fillNextInput(std::vector<std::uint8_t>(320, static_cast<std::uint8_t>(i)))));
+      std::uint32_t size = 1000;
+      encodeWaveInAudio(out.data(), &size, 1);
+    }
+  });
+  std::vector<std::uint8_t> out(176 * 144 * 3);
+  for (int frame = 0; frame < kFrames; ++frame) {
+    std::uint32_t size = static_cast<std::uint32_t>(out.size());
+    ASSERT_EQ(encodeVideo(blankFrame(), 0, out.data(), &size, 1, static_cast<std::uint32_t>(frame * 66)), 1);
+  }
+  capture.join();
+  ASSERT_EQ(closeWaveIn(), 1);
+  EXPECT_EQ(frame::movieContext().tracks[0].sampleCount, kFrames);
+  EXPECT_EQ(frame::movieContext().tracks[1].sampleCount, kBlocks);
 }
 
 }  // namespace
