@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "audio/wave_block_list.h"
+#include "audio/wave_in_state.h"
 #include "audio/wave_out_control.h"
 #include "mp4lib.h"
 #include "reader/decoder_fixture.h"
@@ -24,11 +25,29 @@ class WinmmDevices : public DecoderTest {
     ASSERT_NE(window, nullptr);
   }
   void TearDown() override {
+    closeWaveIn();
     closeWaveOut();
+    audio::setWaveInBufferSize(0);
     audio::clearWaveBlocks();
     audio::setWaveOutAudioEntry(0);
     DestroyWindow(window);
     DecoderTest::TearDown();
+  }
+  // Waits (at most 10 s) for the next MM_WIM_DATA and hands it back.
+  bool answerOneFull() {
+    const DWORD start = GetTickCount();
+    MSG message;
+    while (GetTickCount() - start < 10000) {
+      if (!PeekMessageW(&message, window, 0, 0, PM_REMOVE)) {
+        MsgWaitForMultipleObjects(0, nullptr, FALSE, 50, QS_ALLINPUT);
+        continue;
+      }
+      if (message.message == MP4LIB_WIM_DATA) {
+        processWaveIn(message.wParam, reinterpret_cast<Mp4WaveHeader*>(message.lParam));
+        return true;
+      }
+    }
+    return false;
   }
   // Waits (at most 10 s) for the next MM_WOM_DONE and hands it back.
   bool answerOneDone(Mp4WaveOutHandle handle) {
@@ -75,6 +94,20 @@ TEST_F(WinmmDevices, PlaysEveryBlockAndGetsEachBack) {
   }
   EXPECT_EQ(released, 12);
   EXPECT_EQ(closeWaveOut(), 1);
+}
+
+TEST_F(WinmmDevices, CapturesFullBuffersIntoTheBlockList) {
+  audio::setWaveInBufferSize(320);
+  Mp4WaveInHandle handle = nullptr;
+  ASSERT_EQ(openWaveInEx(0, reinterpret_cast<Mp4WaveWindow>(window), 16, 8000, 1, &handle), 1);
+  if (handle == nullptr) GTEST_SKIP() << "no wave input device";
+  for (int i = 0; i < 7; ++i) ASSERT_TRUE(answerOneFull()) << i;
+  ASSERT_EQ(closeWaveIn(), 1);
+  ASSERT_EQ(audio::waveBlockCount(), 7u);
+  while (const audio::WaveBlock* block = audio::waveBlockHead()) {
+    EXPECT_EQ(block->header.bytesRecorded, 320u);
+    audio::removeWaveBlockHead();
+  }
 }
 
 }  // namespace
