@@ -360,6 +360,132 @@ MP4LIB_API Mp4Word decodeRGB16VideoEx(uint8_t* rgb, uint32_t* timeMs, uint32_t* 
 /* The video plug-in's last picture (getDecodeYUV). 0 without a video decoder. */
 MP4LIB_API Mp4Word decode_getyuv(uint8_t** y, uint8_t** u, uint8_t** v, uint32_t* pitch, uint32_t* chromaPitch);
 
+
+/* ---- Audio devices: wave-in capture and wave-out playback --------------------
+ * One wave-in and one wave-out device, opened on the system's default input
+ * and output. The device announces every finished buffer to the
+ * application's "window" with a message; the application answers each one
+ * on its own thread with processWaveIn (MP4LIB_WIM_DATA) or processWaveOut
+ * (MP4LIB_WOM_DONE). The block list between capture or playback and the
+ * codec is shared, so record and play are never used at the same time, and
+ * decodeAudioAndPlayEx and processWaveOut must not run at once.
+ *
+ * Windows: the window is the application's HWND, the header is the WAVEHDR
+ * from the message's lParam, exactly as winmm's CALLBACK_WINDOW delivers
+ * them (MM_WIM_DATA / MM_WOM_DONE). The types below are the system's own
+ * (declared by their tags, so this header needs no <windows.h>).
+ *
+ * POSIX: the window is an Mp4WaveTarget the application keeps alive while a
+ * device is open. The library runs the device and calls target->post from
+ * its own device thread, once per finished buffer, in the order the buffers
+ * finish; post must only queue the message (never call back into the
+ * library), and the application's thread takes it from its queue and calls
+ * the process function, as a window procedure would:
+ *
+ *   static void post(Mp4WaveTarget* t, uint32_t message, Mp4WaveHeader* h) {
+ *     queue_push(t->user, message, h);           // locked queue + wake-up
+ *   }
+ *   Mp4WaveTarget target = {post, &queue};
+ *   openWaveIn(0, &target, 16, 8000, 1);
+ *   for (;;) {                                   // the application's thread
+ *     Message m = queue_pop(&queue);             // blocks
+ *     if (m.message == MP4LIB_WIM_DATA) processWaveIn(0, m.header);
+ *     if (m.message == MP4LIB_WOM_DONE) processWaveOut(waveOut, m.header);
+ *   }
+ */
+
+/* Message numbers, the values of MM_WIM_DATA and MM_WOM_DONE. */
+#define MP4LIB_WIM_DATA 0x3C0u
+#define MP4LIB_WOM_DONE 0x3BDu
+
+/* Header flag: the device has finished with the buffer (WHDR_DONE). */
+#define MP4LIB_WHDR_DONE 0x00000001u
+
+#if defined(_WIN32)
+struct wavehdr_tag;
+struct HWND__;
+struct HWAVEIN__;
+struct HWAVEOUT__;
+typedef struct wavehdr_tag Mp4WaveHeader;     /* WAVEHDR */
+typedef struct HWND__* Mp4WaveWindow;         /* HWND */
+typedef struct HWAVEIN__* Mp4WaveInHandle;    /* HWAVEIN */
+typedef struct HWAVEOUT__* Mp4WaveOutHandle;  /* HWAVEOUT */
+#else
+/* A wave buffer header, laid out as Windows' WAVEHDR. */
+typedef struct Mp4WaveHeader {
+  uint8_t* data;                /* the PCM */
+  uint32_t bufferLength;        /* bytes */
+  uint32_t bytesRecorded;       /* bytes captured (wave-in) */
+  uintptr_t user;
+  uint32_t flags;               /* MP4LIB_WHDR_DONE once finished */
+  uint32_t loops;
+  struct Mp4WaveHeader* next;
+  uintptr_t reserved;
+} Mp4WaveHeader;
+
+/* The POSIX stand-in for a window: post receives the message number and
+ * the finished header; user is the application's own. */
+typedef struct Mp4WaveTarget {
+  void (*post)(struct Mp4WaveTarget* target, uint32_t message, Mp4WaveHeader* header);
+  void* user;
+} Mp4WaveTarget;
+typedef Mp4WaveTarget* Mp4WaveWindow;
+typedef struct Mp4WaveInDevice* Mp4WaveInHandle;   /* opaque */
+typedef struct Mp4WaveOutDevice* Mp4WaveOutHandle; /* opaque */
+#endif
+
+/* The device format, laid out as the fields of Windows' WAVEFORMATEX. */
+typedef struct Mp4WaveFormat {
+  uint16_t formatTag;      /* 1: PCM */
+  uint16_t channels;
+  uint32_t samplesPerSec;
+  uint32_t avgBytesPerSec; /* blockAlign x samplesPerSec */
+  uint16_t blockAlign;     /* (bits >> 3) x channels, low 16 bits */
+  uint16_t bitsPerSample;
+  uint16_t extraSize;      /* 0 */
+} Mp4WaveFormat;
+
+/* Opens the default input in PCM (low 16 bits of `bits`, rate in Hz,
+ * channels), hands it five buffers of one encoder audio block each and
+ * starts capture; drops blocks still on the block list. 1, also when the
+ * device did not open (the buffers then never come back). */
+MP4LIB_API int32_t openWaveIn(uint32_t instance, Mp4WaveWindow window, uint32_t bits, uint32_t rate, uint16_t channels);
+/* As openWaveIn; *handle receives the wave-in handle (may be null). */
+MP4LIB_API int32_t openWaveInEx(uint32_t instance, Mp4WaveWindow window, uint32_t bits, uint32_t rate,
+                                uint16_t channels, Mp4WaveInHandle* handle);
+/* For each MP4LIB_WIM_DATA: copies the captured bytes to a new block at the
+ * tail of the block list (encodeWaveInAudio takes them) and gives the buffer
+ * back to the device. The device's result (0 = accepted); a header that is
+ * not one of the open device's buffers is refused with 5, one the device has
+ * not finished (no MP4LIB_WHDR_DONE) with 33. */
+MP4LIB_API uint32_t processWaveIn(uintptr_t unused, Mp4WaveHeader* header);
+/* Stops capture and frees the buffers; captured blocks stay for the
+ * encoder. 1, or 0 when the device refused to reset or stop. */
+MP4LIB_API int32_t closeWaveIn(void);
+
+/* Opens the default output in PCM, left channel at full volume and right
+ * at 0 (volume word 0x0000FFFF), and drops blocks still on the block list.
+ * 1, or 0 when the device did not open. */
+MP4LIB_API int32_t openWaveOut(uint32_t instance, Mp4WaveWindow window, uint32_t bits, uint32_t rate, uint16_t channels);
+/* As openWaveOut; *handle receives the wave-out handle, also on failure. */
+MP4LIB_API int32_t openWaveOutEx(uint32_t instance, Mp4WaveWindow window, uint32_t bits, uint32_t rate,
+                                 uint16_t channels, Mp4WaveOutHandle* handle);
+/* Decodes the next part of the current audio entry of the open movie and
+ * queues its PCM on the output. 1 without decoding while 8 blocks are
+ * queued; else the decode result (the plug-in's, 0 at the end). */
+MP4LIB_API Mp4Word decodeAudioAndPlayEx(void);
+/* For each MP4LIB_WOM_DONE: releases the oldest queued block. Headers that
+ * are not the oldest block, or not finished, are ignored. */
+MP4LIB_API void processWaveOut(Mp4WaveOutHandle handle, Mp4WaveHeader* header);
+/* Stops playback, waits for the device to give back every queued block
+ * (at most about 2 s each), frees them and closes. 1, or 0 when the device
+ * refused to reset or close. */
+MP4LIB_API int32_t closeWaveOut(void);
+/* Closes and reopens the output with the last instance and window and the
+ * movie's audio format (*handle receives the new handle) and moves playback
+ * back to the start. 1, or 0 when no movie is open. */
+MP4LIB_API int32_t resetDecoder(Mp4WaveOutHandle* handle);
+
 #ifdef __cplusplus
 }
 #endif

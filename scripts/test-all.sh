@@ -8,7 +8,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-PACKAGES="cmake make g++ pkg-config libgtest-dev libbenchmark-dev ffmpeg libavcodec-dev libopencore-amrnb-dev
+PACKAGES="cmake make g++ pkg-config libasound2-dev libgtest-dev libbenchmark-dev ffmpeg libavcodec-dev libopencore-amrnb-dev
           g++-arm-linux-gnueabihf qemu-user mingw-w64 wine wine64"
 
 install_packages() {

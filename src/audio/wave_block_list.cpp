@@ -17,8 +17,9 @@ struct BlockList {
 BlockList list;
 platform::CriticalSection listLock;
 
-// Detaches the head; the caller frees it.
-WaveBlock* takeHead() {
+}  // namespace
+
+WaveBlock* takeWaveBlockHead() {
   platform::Lock hold(listLock);
   WaveBlock* block = list.head;
   if (block == nullptr) return nullptr;
@@ -27,8 +28,6 @@ WaveBlock* takeHead() {
   --list.count;
   return block;
 }
-
-}  // namespace
 
 WaveBlock* newWaveBlock(std::uint32_t size) {
   auto* block = static_cast<WaveBlock*>(std::calloc(1, sizeof(WaveBlock)));
@@ -67,7 +66,7 @@ WaveBlock* waveBlockHead() {
   return list.head;
 }
 
-void removeWaveBlockHead() { freeWaveBlock(takeHead()); }
+void removeWaveBlockHead() { freeWaveBlock(takeWaveBlockHead()); }
 
 std::uint32_t waveBlockCount() {
   platform::Lock hold(listLock);
@@ -75,7 +74,7 @@ std::uint32_t waveBlockCount() {
 }
 
 void clearWaveBlocks() {
-  while (WaveBlock* block = takeHead()) freeWaveBlock(block);
+  while (WaveBlock* block = takeWaveBlockHead()) freeWaveBlock(block);
 }
 
 }  // namespace mp4lib::audio

@@ -7,19 +7,12 @@
 
 #include <cstdint>
 
+#include "platform/wave_device.h"
+
 namespace mp4lib::audio {
 
-// Layout of a wave header as the wave devices use it.
-struct WaveHeader {
-  std::uint8_t* data;
-  std::uint32_t bufferLength;   // bytes
-  std::uint32_t bytesRecorded;  // bytes
-  std::uintptr_t user;
-  std::uint32_t flags;
-  std::uint32_t loops;
-  WaveHeader* next;
-  std::uintptr_t reserved;
-};
+// Layout of a wave header as the wave devices use it (WAVEHDR).
+using WaveHeader = platform::WaveHeader;
 
 // One heap block of the list: its header, then the link to the next block.
 struct WaveBlock {
@@ -38,6 +31,8 @@ void appendWaveBlock(WaveBlock* block);
 // The oldest block, or null. It stays valid until removed; only the thread
 // that removes blocks should use it.
 WaveBlock* waveBlockHead();
+// Detaches the oldest block (null when empty); the caller owns it then.
+WaveBlock* takeWaveBlockHead();
 // Removes and frees the oldest block, if any.
 void removeWaveBlockHead();
 std::uint32_t waveBlockCount();

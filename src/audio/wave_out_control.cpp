@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+#include "audio/wave_out.h"
+
 namespace mp4lib::audio {
 
 namespace {
@@ -11,9 +13,9 @@ const WaveOutStandIn* standIn = nullptr;
 
 }  // namespace
 
-bool waveOutIsOpen() { return standIn != nullptr ? standIn->isOpen() : false; }
+bool waveOutIsOpen() { return standIn != nullptr ? standIn->isOpen() : outputOpen(); }
 
-bool resetWaveOutForSeek() { return standIn != nullptr ? standIn->resetForSeek() : true; }
+bool resetWaveOutForSeek() { return standIn != nullptr ? standIn->resetForSeek() : resetOutputAndDrain(); }
 
 std::int32_t waveOutAudioEntry() { return audioEntry.load(); }
 void setWaveOutAudioEntry(std::int32_t entry) { audioEntry.store(entry); }

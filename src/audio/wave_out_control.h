@@ -1,5 +1,4 @@
-// What playback needs from the wave-out device. Until the device is built,
-// nothing is ever open; the wave-out playback code fills these in.
+// What seeking needs from the wave-out device.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +17,7 @@ bool resetWaveOutForSeek();
 std::int32_t waveOutAudioEntry();
 void setWaveOutAudioEntry(std::int32_t entry);
 
-// Tests stand in for a device; null goes back to the real one.
+// Tests may stand in for the device; null goes back to the real one.
 struct WaveOutStandIn {
   bool (*isOpen)();
   bool (*resetForSeek)();

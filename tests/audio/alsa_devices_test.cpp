@@ -1,0 +1,175 @@
+// The ALSA wave devices, headless: ALSA's configuration is replaced by one
+// whose default PCM is the "file" plug-in over "null", which needs no sound
+// card. Playback writes what it plays to a file; capture reads a known file.
+// The null device does not keep real time, so nothing here waits on a clock.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <deque>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <mutex>
+#include <vector>
+
+#include "audio/wave_block_list.h"
+#include "audio/wave_in_state.h"
+#include "audio/wave_out_control.h"
+#include "mp4lib.h"
+#include "reader/decoder_fixture.h"
+
+namespace mp4lib::test {
+namespace {
+
+// The application's side: the device thread posts, the test thread takes.
+struct MessageQueue {
+  struct Message {
+    std::uint32_t id;
+    Mp4WaveHeader* header;
+  };
+  Mp4WaveTarget target{&MessageQueue::post, this};
+  std::mutex lock;
+  std::condition_variable arrived;
+  std::deque<Message> messages;
+
+  static void post(Mp4WaveTarget* target, std::uint32_t id, Mp4WaveHeader* header) {
+    auto* queue = static_cast<MessageQueue*>(target->user);
+    std::lock_guard<std::mutex> hold(queue->lock);
+    queue->messages.push_back({id, header});
+    queue->arrived.notify_all();
+  }
+  // The next message; false when none came within 10 s (a hung device).
+  bool take(Message* message) {
+    std::unique_lock<std::mutex> hold(lock);
+    if (!arrived.wait_for(hold, std::chrono::seconds(10), [this] { return !messages.empty(); })) return false;
+    *message = messages.front();
+    messages.pop_front();
+    return true;
+  }
+};
+
+Bytes readAll(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+class AlsaDevices : public DecoderTest {
+ protected:
+  void SetUp() override {
+    DecoderTest::SetUp();
+    folder = std::filesystem::temp_directory_path() / ("mp4lib_alsa_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "_" + ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    std::filesystem::create_directories(folder);
+    std::ofstream config(folder / "asound.conf");
+    config << "pcm.!default {\n  type file\n  slave { pcm { type null } }\n  file \"" << (folder / "played.raw").string()
+           << "\"\n  infile \"" << (folder / "input.raw").string() << "\"\n  format \"raw\"\n}\n";
+    config.close();
+    setenv("ALSA_CONFIG_PATH", (folder / "asound.conf").c_str(), 1);
+  }
+  void TearDown() override {
+    closeWaveOut();
+    closeWaveIn();
+    audio::clearWaveBlocks();
+    audio::setWaveOutAudioEntry(0);
+    audio::setWaveInBufferSize(0);
+    DecoderTest::TearDown();
+    std::filesystem::remove_all(folder);
+  }
+  std::filesystem::path folder;
+  MessageQueue queue;
+};
+
+TEST_F(AlsaDevices, PlaybackWritesTheDecodedPcmInOrder) {
+  const std::vector<Bytes> samples = makeSamples(20, 320);
+  MovieLayout layout;
+  TrackLayout track;
+  track.video = false;
+  track.entry = soundEntry("sowt", 0, 1, 16, 8000);
+  track.timing = {{20, 160}};
+  track.samples = samples;
+  track.timeScale = 8000;
+  layout.tracks = {track};
+  ASSERT_EQ(open(layout), 1);
+  Mp4WaveOutHandle handle = nullptr;
+  ASSERT_EQ(openWaveOutEx(0, &queue.target, 16, 8000, 1, &handle), 1);
+  ASSERT_NE(handle, nullptr);
+  int released = 0;
+  while (decodeAudioAndPlayEx() != 0) {
+    if (audio::waveBlockCount() < 8) continue;
+    MessageQueue::Message message{};
+    ASSERT_TRUE(queue.take(&message));
+    EXPECT_EQ(message.id, MP4LIB_WOM_DONE);
+    processWaveOut(handle, message.header);
+    ++released;
+  }
+  while (audio::waveBlockCount() > 0) {
+    MessageQueue::Message message{};
+    ASSERT_TRUE(queue.take(&message));
+    processWaveOut(handle, message.header);
+    ++released;
+  }
+  EXPECT_EQ(released, 20);
+  ASSERT_EQ(closeWaveOut(), 1);
+  Bytes expected;
+  for (const Bytes& sample : samples) expected.insert(expected.end(), sample.begin(), sample.end());
+  EXPECT_EQ(readAll(folder / "played.raw"), expected);
+}
+
+TEST_F(AlsaDevices, OnlyTheLeftChannelPlaysAtFullVolume) {
+  // 16-bit stereo: frames of left (2 bytes) then right (2 bytes).
+  const std::vector<Bytes> samples = makeSamples(2, 400);
+  MovieLayout layout;
+  TrackLayout track;
+  track.video = false;
+  track.entry = soundEntry("sowt", 0, 2, 16, 8000);
+  track.timing = {{2, 100}};
+  track.samples = samples;
+  track.timeScale = 8000;
+  layout.tracks = {track};
+  ASSERT_EQ(open(layout), 1);
+  Mp4WaveOutHandle handle = nullptr;
+  ASSERT_EQ(openWaveOutEx(0, &queue.target, 16, 8000, 2, &handle), 1);
+  ASSERT_EQ(decodeAudioAndPlayEx(), 1u);
+  ASSERT_EQ(decodeAudioAndPlayEx(), 1u);
+  for (int i = 0; i < 2; ++i) {
+    MessageQueue::Message message{};
+    ASSERT_TRUE(queue.take(&message));
+    processWaveOut(handle, message.header);
+  }
+  ASSERT_EQ(closeWaveOut(), 1);
+  // Volume word 0x0000FFFF: the left samples as decoded, the right ones 0.
+  Bytes expected;
+  for (const Bytes& sample : samples) expected.insert(expected.end(), sample.begin(), sample.end());
+  for (std::size_t at = 0; at + 3 < expected.size(); at += 4) expected[at + 2] = expected[at + 3] = 0;
+  EXPECT_EQ(readAll(folder / "played.raw"), expected);
+}
+
+TEST_F(AlsaDevices, CaptureDeliversTheInputInOrder) {
+  Bytes input(320 * 6);
+  for (std::size_t i = 0; i < input.size(); ++i) input[i] = static_cast<std::uint8_t>(i * 7 + i / 256);
+  {
+    std::ofstream out(folder / "input.raw", std::ios::binary);
+    out.write(reinterpret_cast<const char*>(input.data()), static_cast<std::streamsize>(input.size()));
+  }
+  audio::setWaveInBufferSize(320);
+  Mp4WaveInHandle handle = nullptr;
+  ASSERT_EQ(openWaveInEx(0, &queue.target, 16, 8000, 1, &handle), 1);
+  ASSERT_NE(handle, nullptr);
+  for (int i = 0; i < 6; ++i) {
+    MessageQueue::Message message{};
+    ASSERT_TRUE(queue.take(&message));
+    EXPECT_EQ(message.id, MP4LIB_WIM_DATA);
+    EXPECT_EQ(processWaveIn(0, message.header), 0u);
+  }
+  ASSERT_EQ(closeWaveIn(), 1);
+  Bytes captured;
+  while (const audio::WaveBlock* block = audio::waveBlockHead()) {
+    captured.insert(captured.end(), block->header.data, block->header.data + block->header.bytesRecorded);
+    audio::removeWaveBlockHead();
+  }
+  EXPECT_EQ(captured, input);
+}
+
+}  // namespace
+}  // namespace mp4lib::test
