@@ -3,43 +3,15 @@
 #include <vector>
 
 #include "mp4lib.h"
-#include "reader/decoder_fixture.h"
-#include "reader/rgb_fixture.h"
+#include "reader/rgb_decoding_fixture.h"
 
 namespace mp4lib::test {
 namespace {
 
-class StreamDecodingRgb : public DecoderTest {
- protected:
-  void SetUp() override {
-    DecoderTest::SetUp();
-    setYUV2RGBMethod(0);
-  }
-  void openMovie(std::uint32_t flags) {
-    MovieLayout layout;
-    layout.tracks = {videoLayout(markedFrames(4, {0}), "s263", kSide, kSide)};
-    layout.withVendor = true;
-    layout.vendor.words[4] = 8;
-    layout.vendor.words[5] = 8;
-    layout.vendor.words[7] = flags;
-    layout.vendor.videoCodecTypeInHostOrder(MP4LIB_CODEC_TYPE_H263);
-    ASSERT_EQ(open(layout), 1);
-    h263 = control(MP4LIB_CODEC_TYPE_H263);
-    picture.lend(h263);
-  }
-  void TearDown() override {
-    if (h263 != nullptr) h263->planeY = h263->planeU = h263->planeV = nullptr;
-    DecoderTest::TearDown();
-  }
-  TestPluginControl* h263 = nullptr;
-  TestPicture picture;
-  std::vector<std::uint8_t> rgb = std::vector<std::uint8_t>(kSide * kSide * 3, 0xAB);
-  std::uint32_t time = 0;
-  std::uint32_t duration = 0;
-};
+using StreamDecodingRgb = RgbDecodingTest;
 
 TEST_F(StreamDecodingRgb, WithoutTheFlagStraightIntoTheCallersBufferAtTheCodedSize) {
-  openMovie(12);
+  openMovie(8, 8, 12);
   ASSERT_EQ(decodeRGB24Video(rgb.data(), &time), 1u);
   EXPECT_EQ(rgb, expected24(1));
   ASSERT_EQ(decodeRGB16VideoEx(rgb.data(), &time, &duration), 1u);
@@ -55,7 +27,7 @@ TEST_F(StreamDecodingRgb, WithoutTheFlagStraightIntoTheCallersBufferAtTheCodedSi
 }
 
 TEST_F(StreamDecodingRgb, WithTheFlagResizedToTheOutputSize) {
-  openMovie(13);
+  openMovie(8, 8, 13);
   ASSERT_EQ(decodeRGB24VideoEx(rgb.data(), &time, &duration), 1u);
   EXPECT_EQ(std::vector<std::uint8_t>(rgb.begin(), rgb.begin() + 192), expected24(2));
   EXPECT_EQ(rgb[192], 0xAB);
@@ -64,7 +36,7 @@ TEST_F(StreamDecodingRgb, WithTheFlagResizedToTheOutputSize) {
 }
 
 TEST_F(StreamDecodingRgb, FailedDecodeConvertsNothing) {
-  openMovie(12);
+  openMovie(8, 8, 12);
   h263->decodeResult = 0x100;
   EXPECT_EQ(decodeRGB24Video(rgb.data(), &time), 0x100u);
   EXPECT_EQ(rgb[0], 0xAB);
