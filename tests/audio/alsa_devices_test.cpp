@@ -4,51 +4,21 @@
 // The null device does not keep real time, so nothing here waits on a clock.
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <condition_variable>
 #include <cstdlib>
-#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <mutex>
 #include <vector>
 
 #include "audio/wave_block_list.h"
 #include "audio/wave_in_state.h"
 #include "audio/wave_out_control.h"
 #include "mp4lib.h"
+#include "platform/wave_messages.h"
 #include "reader/decoder_fixture.h"
 
 namespace mp4lib::test {
 namespace {
-
-// The application's side: the device thread posts, the test thread takes.
-struct MessageQueue {
-  struct Message {
-    std::uint32_t id;
-    Mp4WaveHeader* header;
-  };
-  Mp4WaveTarget target{&MessageQueue::post, this};
-  std::mutex lock;
-  std::condition_variable arrived;
-  std::deque<Message> messages;
-
-  static void post(Mp4WaveTarget* target, std::uint32_t id, Mp4WaveHeader* header) {
-    auto* queue = static_cast<MessageQueue*>(target->user);
-    std::lock_guard<std::mutex> hold(queue->lock);
-    queue->messages.push_back({id, header});
-    queue->arrived.notify_all();
-  }
-  // The next message; false when none came within 10 s (a hung device).
-  bool take(Message* message) {
-    std::unique_lock<std::mutex> hold(lock);
-    if (!arrived.wait_for(hold, std::chrono::seconds(10), [this] { return !messages.empty(); })) return false;
-    *message = messages.front();
-    messages.pop_front();
-    return true;
-  }
-};
 
 Bytes readAll(const std::filesystem::path& path) {
   std::ifstream in(path, std::ios::binary);
@@ -77,7 +47,10 @@ class AlsaDevices : public DecoderTest {
     std::filesystem::remove_all(folder);
   }
   std::filesystem::path folder;
-  MessageQueue queue;
+  // The application's side: the device thread posts, the test thread takes.
+  platform::WaveMessageWindow queue;
+  // The next message; false when none came within 10 s (a hung device).
+  bool take(platform::WaveMessage* message) { return queue.next(message, 10000); }
 };
 
 TEST_F(AlsaDevices, PlaybackWritesTheDecodedPcmInOrder) {
@@ -92,20 +65,20 @@ TEST_F(AlsaDevices, PlaybackWritesTheDecodedPcmInOrder) {
   layout.tracks = {track};
   ASSERT_EQ(open(layout), 1);
   Mp4WaveOutHandle handle = nullptr;
-  ASSERT_EQ(openWaveOutEx(0, &queue.target, 16, 8000, 1, &handle), 1);
+  ASSERT_EQ(openWaveOutEx(0, queue.window(), 16, 8000, 1, &handle), 1);
   ASSERT_NE(handle, nullptr);
   int released = 0;
   while (decodeAudioAndPlayEx() != 0) {
     if (audio::waveBlockCount() < 8) continue;
-    MessageQueue::Message message{};
-    ASSERT_TRUE(queue.take(&message));
+    platform::WaveMessage message;
+    ASSERT_TRUE(take(&message));
     EXPECT_EQ(message.id, MP4LIB_WOM_DONE);
     processWaveOut(handle, message.header);
     ++released;
   }
   while (audio::waveBlockCount() > 0) {
-    MessageQueue::Message message{};
-    ASSERT_TRUE(queue.take(&message));
+    platform::WaveMessage message;
+    ASSERT_TRUE(take(&message));
     processWaveOut(handle, message.header);
     ++released;
   }
@@ -129,12 +102,12 @@ TEST_F(AlsaDevices, OnlyTheLeftChannelPlaysAtFullVolume) {
   layout.tracks = {track};
   ASSERT_EQ(open(layout), 1);
   Mp4WaveOutHandle handle = nullptr;
-  ASSERT_EQ(openWaveOutEx(0, &queue.target, 16, 8000, 2, &handle), 1);
+  ASSERT_EQ(openWaveOutEx(0, queue.window(), 16, 8000, 2, &handle), 1);
   ASSERT_EQ(decodeAudioAndPlayEx(), 1u);
   ASSERT_EQ(decodeAudioAndPlayEx(), 1u);
   for (int i = 0; i < 2; ++i) {
-    MessageQueue::Message message{};
-    ASSERT_TRUE(queue.take(&message));
+    platform::WaveMessage message;
+    ASSERT_TRUE(take(&message));
     processWaveOut(handle, message.header);
   }
   ASSERT_EQ(closeWaveOut(), 1);
@@ -154,11 +127,11 @@ TEST_F(AlsaDevices, CaptureDeliversTheInputInOrder) {
   }
   audio::setWaveInBufferSize(320);
   Mp4WaveInHandle handle = nullptr;
-  ASSERT_EQ(openWaveInEx(0, &queue.target, 16, 8000, 1, &handle), 1);
+  ASSERT_EQ(openWaveInEx(0, queue.window(), 16, 8000, 1, &handle), 1);
   ASSERT_NE(handle, nullptr);
   for (int i = 0; i < 6; ++i) {
-    MessageQueue::Message message{};
-    ASSERT_TRUE(queue.take(&message));
+    platform::WaveMessage message;
+    ASSERT_TRUE(take(&message));
     EXPECT_EQ(message.id, MP4LIB_WIM_DATA);
     EXPECT_EQ(processWaveIn(0, message.header), 0u);
   }

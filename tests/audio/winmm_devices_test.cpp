@@ -1,9 +1,8 @@
 // The winmm wave devices with a real window: the library opens the default
 // output with CALLBACK_WINDOW and the test's message loop answers each
 // MM_WOM_DONE with processWaveOut, as an application's window procedure
-// would. Skipped where the system has no output device.
-#include <windows.h>
-
+// would. Skipped where the system has no sound device, unless one is
+// required.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -12,60 +11,36 @@
 #include "audio/wave_in_state.h"
 #include "audio/wave_out_control.h"
 #include "mp4lib.h"
+#include "platform/wave_messages.h"
 #include "reader/decoder_fixture.h"
+#include "support/audio_device.h"
 
 namespace mp4lib::test {
 namespace {
 
 class WinmmDevices : public DecoderTest {
  protected:
-  void SetUp() override {
-    DecoderTest::SetUp();
-    window = CreateWindowExW(0, L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
-    ASSERT_NE(window, nullptr);
-  }
   void TearDown() override {
     closeWaveIn();
     closeWaveOut();
     audio::setWaveInBufferSize(0);
     audio::clearWaveBlocks();
     audio::setWaveOutAudioEntry(0);
-    DestroyWindow(window);
     DecoderTest::TearDown();
   }
-  // Waits (at most 10 s) for the next MM_WIM_DATA and hands it back.
-  bool answerOneFull() {
-    const DWORD start = GetTickCount();
-    MSG message;
-    while (GetTickCount() - start < 10000) {
-      if (!PeekMessageW(&message, window, 0, 0, PM_REMOVE)) {
-        MsgWaitForMultipleObjects(0, nullptr, FALSE, 50, QS_ALLINPUT);
-        continue;
-      }
-      if (message.message == MP4LIB_WIM_DATA) {
-        processWaveIn(message.wParam, reinterpret_cast<Mp4WaveHeader*>(message.lParam));
-        return true;
-      }
+  // Waits (at most 10 s) for the next message of kind `id` and answers it
+  // as the application's window procedure would.
+  bool answerOne(std::uint32_t id, Mp4WaveOutHandle handle = nullptr) {
+    platform::WaveMessage message;
+    while (window.next(&message, 10000)) {
+      if (message.id != id) continue;
+      if (id == MP4LIB_WIM_DATA) processWaveIn(0, message.header);
+      if (id == MP4LIB_WOM_DONE) processWaveOut(handle, message.header);
+      return true;
     }
     return false;
   }
-  // Waits (at most 10 s) for the next MM_WOM_DONE and hands it back.
-  bool answerOneDone(Mp4WaveOutHandle handle) {
-    const DWORD start = GetTickCount();
-    MSG message;
-    while (GetTickCount() - start < 10000) {
-      if (!PeekMessageW(&message, window, 0, 0, PM_REMOVE)) {
-        MsgWaitForMultipleObjects(0, nullptr, FALSE, 50, QS_ALLINPUT);
-        continue;
-      }
-      if (message.message == MP4LIB_WOM_DONE) {
-        processWaveOut(handle, reinterpret_cast<Mp4WaveHeader*>(message.lParam));
-        return true;
-      }
-    }
-    return false;
-  }
-  HWND window = nullptr;
+  platform::WaveMessageWindow window;
 };
 
 TEST_F(WinmmDevices, PlaysEveryBlockAndGetsEachBack) {
@@ -79,17 +54,17 @@ TEST_F(WinmmDevices, PlaysEveryBlockAndGetsEachBack) {
   layout.tracks = {track};
   ASSERT_EQ(open(layout), 1);
   Mp4WaveOutHandle handle = nullptr;
-  if (openWaveOutEx(0, reinterpret_cast<Mp4WaveWindow>(window), 16, 8000, 1, &handle) != 1) {
-    GTEST_SKIP() << "no wave output device";
+  if (openWaveOutEx(0, window.window(), 16, 8000, 1, &handle) != 1) {
+    MP4LIB_WITHOUT_AUDIO_DEVICE("no wave output device");
   }
   int released = 0;
   while (decodeAudioAndPlayEx() != 0) {
     if (audio::waveBlockCount() < 8) continue;
-    ASSERT_TRUE(answerOneDone(handle));
+    ASSERT_TRUE(answerOne(MP4LIB_WOM_DONE, handle));
     ++released;
   }
   while (audio::waveBlockCount() > 0) {
-    ASSERT_TRUE(answerOneDone(handle));
+    ASSERT_TRUE(answerOne(MP4LIB_WOM_DONE, handle));
     ++released;
   }
   EXPECT_EQ(released, 12);
@@ -99,9 +74,9 @@ TEST_F(WinmmDevices, PlaysEveryBlockAndGetsEachBack) {
 TEST_F(WinmmDevices, CapturesFullBuffersIntoTheBlockList) {
   audio::setWaveInBufferSize(320);
   Mp4WaveInHandle handle = nullptr;
-  ASSERT_EQ(openWaveInEx(0, reinterpret_cast<Mp4WaveWindow>(window), 16, 8000, 1, &handle), 1);
-  if (handle == nullptr) GTEST_SKIP() << "no wave input device";
-  for (int i = 0; i < 7; ++i) ASSERT_TRUE(answerOneFull()) << i;
+  ASSERT_EQ(openWaveInEx(0, window.window(), 16, 8000, 1, &handle), 1);
+  if (handle == nullptr) MP4LIB_WITHOUT_AUDIO_DEVICE("no wave input device");
+  for (int i = 0; i < 7; ++i) ASSERT_TRUE(answerOne(MP4LIB_WIM_DATA)) << i;
   ASSERT_EQ(closeWaveIn(), 1);
   ASSERT_EQ(audio::waveBlockCount(), 7u);
   while (const audio::WaveBlock* block = audio::waveBlockHead()) {
