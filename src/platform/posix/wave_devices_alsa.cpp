@@ -6,6 +6,7 @@
 #include <alsa/asoundlib.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstring>
 #include <deque>
@@ -22,6 +23,7 @@ namespace {
 constexpr std::uint32_t kBadFormat = 32;           // WAVERR_BADFORMAT
 constexpr unsigned kLatencyUs = 200000;            // ALSA buffer, microseconds
 constexpr int kPollMs = 20;                        // longest wait between checks, ms
+constexpr int kPlayOutPollMs = 5;                  // checks while the last buffer plays out, ms
 
 struct AlsaDevice {
   bool capture = false;
@@ -102,6 +104,26 @@ void playFrom(AlsaDevice& device, WaveHeader* header) {
   }
 }
 
+bool nothingQueuedBehind(AlsaDevice& device) {
+  std::lock_guard<std::mutex> hold(device.lock);
+  return device.queue.size() <= 1;
+}
+
+// ALSA takes a buffer as soon as it fits in its ring, up to the latency
+// ahead of the sound. When no buffer follows, the message waits until the
+// ring has played out, as winmm reports a buffer once it has been heard, so
+// that closing after the last message does not cut the tail.
+void waitWhileLastBufferPlays(AlsaDevice& device) {
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::microseconds(kLatencyUs) + std::chrono::seconds(1);
+  // A stream shorter than the ring has not started yet.
+  if (snd_pcm_state(device.pcm) == SND_PCM_STATE_PREPARED) snd_pcm_start(device.pcm);
+  snd_pcm_sframes_t delay = 0;
+  while (!device.interrupt.load() && nothingQueuedBehind(device) && snd_pcm_delay(device.pcm, &delay) == 0 &&
+         delay > 0 && std::chrono::steady_clock::now() < limit) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(kPlayOutPollMs));
+  }
+}
+
 void runDevice(AlsaDevice* device) {
   std::unique_lock<std::mutex> hold(device->lock);
   for (;;) {
@@ -117,6 +139,7 @@ void runDevice(AlsaDevice* device) {
       captured = captureInto(*device, header);
     } else {
       playFrom(*device, header);
+      waitWhileLastBufferPlays(*device);
     }
     hold.lock();
     device->busy = false;
