@@ -17,12 +17,14 @@ struct RecordOptions {
   double seconds = 10.0;
   std::string videoInput;  // .y4m, .yuv (I420) or .rgb (RGB24); empty = test picture
   std::string audioInput;  // .wav; empty = test tone
+  bool live = false;       // sound from the default input device, in real time
 };
 
 struct PlayOptions {
   std::string input = "movie.3gp";
   std::string outputFolder = "movie-frames";
   std::uint32_t everyNthFrame = 1;
+  bool device = false;  // audio to the default output device instead of files
 };
 
 int record(const RecordOptions& options);

@@ -23,7 +23,10 @@ void usage() {
       "  mp4lib record [options] OUT  record a movie\n"
       "      --video h263|mpeg4|none  --audio amr|g723|none  --size WxH  --fps N  --seconds S\n"
       "      --input-video FILE (.y4m, .yuv I420 or .rgb RGB24 at --size)  --input-audio FILE (.wav, 8 kHz mono)\n"
+      "      --live                   capture the sound from the default input device for --seconds,\n"
+      "                               in real time; the pictures follow the captured time\n"
       "  mp4lib play [--out DIR] [--every N] IN   decode every frame to PNG and the audio to audio.wav\n"
+      "  mp4lib play --device IN      play the audio through the default output device, in real time\n"
       "  mp4lib plugins               list the codec plug-ins found beside the library\n");
 }
 
@@ -49,6 +52,10 @@ int recordCommand(int argc, char** argv, RecordOptions* options) {
     const std::string option = argv[i];
     if (option.rfind("--", 0) != 0) {
       options->output = option;
+      continue;
+    }
+    if (option == "--live") {
+      options->live = true;
       continue;
     }
     const char* text = value(argc, argv, &i);
@@ -85,7 +92,9 @@ int recordCommand(int argc, char** argv, RecordOptions* options) {
 int playCommand(int argc, char** argv, PlayOptions* options) {
   for (int i = 2; i < argc; ++i) {
     const std::string option = argv[i];
-    if (option == "--out" || option == "--every") {
+    if (option == "--device") {
+      options->device = true;
+    } else if (option == "--out" || option == "--every") {
       const char* text = value(argc, argv, &i);
       if (text == nullptr) return 2;
       if (option == "--out") options->outputFolder = text;

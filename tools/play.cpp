@@ -1,5 +1,6 @@
 // Playing a movie through the exported API: every video frame to a PNG, the
 // audio to one WAV file.
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -7,6 +8,7 @@
 
 #include "commands.h"
 #include "image_files.h"
+#include "live_audio.h"
 #include "mp4lib.h"
 
 namespace mp4lib::tool {
@@ -109,6 +111,21 @@ void describe(const MovieParams& movie) {
   }
 }
 
+// The movie's audio through the default output device, in real time.
+int playToDevice(const MovieParams& movie, const PlayOptions& options) {
+  if (!movie.audioEnabled) {
+    std::fprintf(stderr, "mp4lib: %s has no audio track to play\n", options.input.c_str());
+    return 1;
+  }
+  const auto start = std::chrono::steady_clock::now();
+  const std::int64_t buffers = playThroughOutputDevice(movie, options);
+  if (buffers < 0) return 1;
+  const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
+  std::printf("played the audio of %s through the default output device: %lld buffers in %lld ms\n",
+              options.input.c_str(), static_cast<long long>(buffers), static_cast<long long>(elapsed.count()));
+  return 0;
+}
+
 }  // namespace
 
 int play(const PlayOptions& options) {
@@ -122,6 +139,11 @@ int play(const PlayOptions& options) {
     return 1;
   }
   describe(*movie);
+  if (options.device) {
+    const int played = playToDevice(*movie, options);
+    finalizeDecoder();
+    return played;
+  }
   std::error_code error;
   std::filesystem::create_directories(options.outputFolder, error);
   std::uint32_t pictures = 0;

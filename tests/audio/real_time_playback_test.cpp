@@ -1,0 +1,164 @@
+// Playback through the system's default output, in real time. CI runs a
+// PulseAudio server whose null sink plays at the sound's own pace; these
+// tests check that pace, the eight buffers in flight, and seeking and
+// resetDecoder while the device plays. Without a device they skip, unless
+// one is required.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdio>
+#include <vector>
+
+#include "audio/wave_block_list.h"
+#include "audio/wave_out_control.h"
+#include "mp4lib.h"
+#include "platform/wave_messages.h"
+#include "reader/decoder_fixture.h"
+#include "support/audio_device.h"
+
+namespace mp4lib::test {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int kSamples = 150;           // of 20 ms: 3 s of sound
+constexpr std::uint32_t kSampleBytes = 320;  // 160 samples of 16-bit mono at 8000 Hz
+constexpr std::uint32_t kInFlight = 8;
+
+class RealTimePlayback : public DecoderTest {
+ protected:
+  void SetUp() override {
+    DecoderTest::SetUp();
+    MovieLayout layout;
+    TrackLayout track;
+    track.video = false;
+    track.entry = soundEntry("sowt", 0, 1, 16, 8000);
+    track.timing = {{kSamples, 160}};
+    track.samples = makeSamples(kSamples, kSampleBytes);
+    track.timeScale = 8000;
+    layout.tracks = {track};
+    ASSERT_EQ(open(layout), 1);
+    if (openWaveOutEx(0, window.window(), 16, 8000, 1, &handle) != 1) {
+      MP4LIB_WITHOUT_AUDIO_DEVICE("no default output device");
+    }
+  }
+  void TearDown() override {
+    closeWaveOut();
+    audio::clearWaveBlocks();
+    audio::setWaveOutAudioEntry(0);
+    DecoderTest::TearDown();
+  }
+
+  // Queues decoded sound until eight buffers are in flight; the buffers
+  // queued. `ended` turns true when the sound has run out.
+  int fill() {
+    int queued = 0;
+    while (!ended && audio::waveBlockCount() < kInFlight) {
+      if (decodeAudioAndPlayEx() == 0) {
+        ended = true;
+      } else {
+        ++queued;
+      }
+    }
+    mostInFlight = std::max(mostInFlight, audio::waveBlockCount());
+    return queued;
+  }
+
+  // Waits for the next buffer-done message and answers it; true when it
+  // released a buffer (messages for buffers a seek or reset already took
+  // back release nothing).
+  bool answer() {
+    platform::WaveMessage message;
+    do {
+      if (!window.next(&message, 10000)) {
+        hung = true;
+        return false;
+      }
+    } while (message.id != MP4LIB_WOM_DONE);
+    const std::uint32_t before = audio::waveBlockCount();
+    processWaveOut(handle, message.header);
+    if (audio::waveBlockCount() + 1 != before) return false;
+    releasedAt.push_back(Clock::now());
+    return true;
+  }
+
+  // Plays on until `releases` buffers came back, or to the end (0); the
+  // buffers queued meanwhile.
+  int play(std::size_t releases = 0) {
+    int queued = fill();
+    while (!hung && (releases == 0 || releasedAt.size() < releases) && audio::waveBlockCount() > 0) {
+      answer();
+      queued += fill();
+    }
+    return queued;
+  }
+
+  platform::WaveMessageWindow window;
+  Mp4WaveOutHandle handle = nullptr;
+  bool ended = false;
+  bool hung = false;
+  std::uint32_t mostInFlight = 0;
+  std::vector<Clock::time_point> releasedAt;
+};
+
+long long msBetween(Clock::time_point from, Clock::time_point to) {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(to - from).count();
+}
+
+TEST_F(RealTimePlayback, KeepsEightBuffersInFlightAndPlaysAtTheSoundsPace) {
+  EXPECT_EQ(fill(), 8);
+  EXPECT_EQ(audio::waveOutAudioEntry(), 8);
+  // Full: nothing is decoded and the position stays.
+  EXPECT_EQ(decodeAudioAndPlayEx(), 1u);
+  EXPECT_EQ(audio::waveOutAudioEntry(), 8);
+  EXPECT_EQ(audio::waveBlockCount(), 8u);
+
+  play();
+  ASSERT_FALSE(hung);
+  EXPECT_EQ(releasedAt.size(), static_cast<std::size_t>(kSamples));
+  EXPECT_EQ(mostInFlight, kInFlight);
+  // 100 buffers of 20 ms in the middle of the sound come back 2 s apart:
+  // the device, not the decoder, sets the pace.
+  const long long ms = msBetween(releasedAt[29], releasedAt[129]);
+  std::printf("100 buffers of 20 ms came back in %lld ms\n", ms);
+  RecordProperty("hundred_buffers_ms", std::to_string(ms));
+  EXPECT_GE(ms, 1700);
+  EXPECT_LE(ms, 2500);
+  EXPECT_EQ(closeWaveOut(), 1);
+}
+
+TEST_F(RealTimePlayback, SeekWhilePlayingTakesTheBuffersBackAndGoesOnFromThere) {
+  play(40);
+  ASSERT_FALSE(hung);
+  std::int32_t usedMs = 0, videoEntry = 0, audioEntry = 0;
+  ASSERT_EQ(seek(2000, &usedMs, &videoEntry, &audioEntry), 1);
+  EXPECT_EQ(usedMs, 2000);
+  EXPECT_EQ(audioEntry, 100);  // 2000 ms at 20 ms a sample
+  EXPECT_EQ(audio::waveBlockCount(), 0u);
+  EXPECT_EQ(audio::waveOutAudioEntry(), 100);
+  const std::size_t before = releasedAt.size();
+  EXPECT_EQ(play(), 50);  // samples 100 to 149
+  ASSERT_FALSE(hung);
+  EXPECT_EQ(releasedAt.size() - before, 50u);
+  EXPECT_EQ(audio::waveOutAudioEntry(), kSamples);
+}
+
+TEST_F(RealTimePlayback, ResetDecoderReopensTheOutputAndPlaysFromTheStart) {
+  play(30);
+  ASSERT_FALSE(hung);
+  Mp4WaveOutHandle reopened = nullptr;
+  ASSERT_EQ(resetDecoder(&reopened), 1);
+  ASSERT_NE(reopened, nullptr);
+  EXPECT_EQ(audio::waveBlockCount(), 0u);
+  EXPECT_EQ(audio::waveOutAudioEntry(), 0);
+  handle = reopened;
+  ended = false;
+  releasedAt.clear();
+  EXPECT_EQ(play(), kSamples);
+  ASSERT_FALSE(hung);
+  EXPECT_EQ(releasedAt.size(), static_cast<std::size_t>(kSamples));
+  EXPECT_EQ(closeWaveOut(), 1);
+}
+
+}  // namespace
+}  // namespace mp4lib::test

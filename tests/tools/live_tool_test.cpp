@@ -1,0 +1,151 @@
+// The tool's live sound, headless: ALSA's default PCM is replaced by the
+// "file" plug-in over "null", so the input device reads a known sound and
+// the output device writes what it plays to a file. The tool records from
+// the input through the real AMR plug-in and plays the movie back out.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "codecs/plugin_registry.h"
+#include "interop/interop_support.h"
+#include "mp4lib.h"
+#include "support/plugin_folder.h"
+
+namespace mp4lib::test {
+namespace {
+
+using interop::Bytes;
+using interop::quoted;
+
+constexpr int kRate = 8000;  // Hz
+
+// A rising sweep from 200 Hz to 2000 Hz, 16-bit mono little-endian: no two
+// stretches look alike, so the best match between two copies is unique.
+Bytes sweep(int samples) {
+  Bytes pcm;
+  double phase = 0;
+  for (int i = 0; i < samples; ++i) {
+    const double hertz = 200.0 + 1800.0 * i / samples;
+    phase += 2 * M_PI * hertz / kRate;
+    const auto value = static_cast<std::int16_t>(std::lround(9000.0 * std::sin(phase)));
+    pcm.push_back(static_cast<std::uint8_t>(value & 0xFF));
+    pcm.push_back(static_cast<std::uint8_t>((value >> 8) & 0xFF));
+  }
+  return pcm;
+}
+
+std::vector<double> samplesOf(const Bytes& pcm) {
+  std::vector<double> out(pcm.size() / 2);
+  for (std::size_t i = 0; i < out.size(); ++i) {
+    out[i] = static_cast<std::int16_t>(pcm[2 * i] | (pcm[2 * i + 1] << 8));
+  }
+  return out;
+}
+
+// The best normalised correlation of `decoded` against `source` over the
+// samples [from, to) of `decoded`, for delays 0 to maxDelay samples.
+double bestCorrelation(const std::vector<double>& source, const std::vector<double>& decoded, std::size_t from,
+                       std::size_t to, std::size_t maxDelay) {
+  double best = -1;
+  for (std::size_t delay = 0; delay <= maxDelay && delay <= from; ++delay) {
+    double sxy = 0, sxx = 0, syy = 0;
+    for (std::size_t i = from; i < to && i < decoded.size(); ++i) {
+      const double x = source[i - delay], y = decoded[i];
+      sxy += x * y;
+      sxx += x * x;
+      syy += y * y;
+    }
+    if (sxx > 0 && syy > 0) best = std::max(best, sxy / std::sqrt(sxx * syy));
+  }
+  return best;
+}
+
+class LiveTool : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::ofstream config(folder / "asound.conf");
+    config << "pcm.!default {\n  type file\n  slave { pcm { type null } }\n  file \"" << (folder / "played.raw").string()
+           << "\"\n  infile \"" << (folder / "input.raw").string() << "\"\n  format \"raw\"\n}\n";
+    config.close();
+    setenv("ALSA_CONFIG_PATH", (folder / "asound.conf").c_str(), 1);
+  }
+  void TearDown() override { unsetenv("ALSA_CONFIG_PATH"); }
+
+  bool tool(const std::string& arguments) {
+    return interop::run("cd " + quoted(libraryFolder()) + " && ./mp4lib " + arguments);
+  }
+
+  // Every PCM byte of the movie's audio, decoded through the library.
+  Bytes decodedAudio(const std::filesystem::path& movie) {
+    codecs::discoverCodecPluginsBeside((libraryFolder() / mp4libFileName()).wstring().c_str());
+    Bytes pcm;
+    MovieParams* params = nullptr;
+    if (initDecoder(movie.wstring().c_str(), &params) != 1) return pcm;
+    std::uint32_t samples = 0;
+    getAudioFrameNum(&samples);
+    Bytes chunk(MP4LIB_AUDIO_DECODE_MIN_OUTPUT);
+    for (std::uint32_t entry = 0; entry < samples; ++entry) {
+      std::uint32_t left = 0;
+      do {
+        std::uint32_t length = static_cast<std::uint32_t>(chunk.size()), timeMs = 0;
+        if ((decode_audio_track(static_cast<std::int32_t>(entry), chunk.data(), &length, &timeMs, &left) & 0xFF) == 0) {
+          break;
+        }
+        pcm.insert(pcm.end(), chunk.begin(), chunk.begin() + length);
+      } while (left > 0);
+    }
+    finalizeDecoder();
+    codecs::unloadCodecPlugins();
+    codecs::discoverCodecPluginsBeside(nullptr);
+    return pcm;
+  }
+
+  interop::ScratchFolder folder{"mp4lib_live_tool"};
+};
+
+TEST_F(LiveTool, RecordsTheInputDeviceThroughAmrAndPlaysItBackOut) {
+  const Bytes input = sweep(2 * kRate);  // 2 s; the recording takes the first second
+  ASSERT_TRUE(interop::writeFile(folder / "input.raw", input));
+  const auto movie = folder / "live.3gp";
+  ASSERT_TRUE(tool("record --live --seconds 1 --video h263 --audio amr " + quoted(movie)));
+
+  // 1 s of 20 ms AMR blocks, and the pictures that go with it.
+  const Bytes decoded = decodedAudio(movie);
+  ASSERT_EQ(decoded.size(), 50u * 320u);
+  const std::vector<double> source = samplesOf(input), heard = samplesOf(decoded);
+  // AMR keeps the waveform, a few samples late.
+  const double match = bestCorrelation(source, heard, 800, 8000, 400);
+  EXPECT_GT(match, 0.85);
+  RecordProperty("correlation", std::to_string(match));
+  const std::string frames =
+      interop::output("ffprobe -v error -select_streams v -count_frames -show_entries stream=nb_read_frames -of csv=p=0 " +
+                      quoted(movie));
+  EXPECT_EQ(frames, "15\n");
+
+  // Playing it out writes exactly the decoded sound, in order.
+  ASSERT_TRUE(tool("play --device " + quoted(movie)));
+  EXPECT_EQ(interop::readFile(folder / "played.raw"), decoded);
+}
+
+TEST_F(LiveTool, ExplainsAMovieWithoutSound) {
+  const auto movie = folder / "silent.3gp";
+  ASSERT_TRUE(tool("record --seconds 1 --audio none " + quoted(movie)));
+  const std::string said = interop::output("{ cd " + quoted(libraryFolder()) + " && ./mp4lib play --device " +
+                                           quoted(movie) + " 2>&1; echo exit=$?; }");
+  EXPECT_NE(said.find("exit=1"), std::string::npos) << said;
+  EXPECT_NE(said.find("has no audio track to play"), std::string::npos) << said;
+}
+
+TEST_F(LiveTool, LiveNeedsAnAudioCodec) {
+  const std::string said = interop::output(
+      "cd " + quoted(libraryFolder()) + " && ./mp4lib record --live --audio none " + quoted(folder / "x.3gp"), true);
+  EXPECT_NE(said.find("--live records the sound of the input device"), std::string::npos) << said;
+}
+
+}  // namespace
+}  // namespace mp4lib::test
