@@ -47,6 +47,8 @@ extern "C" MP4LIB_API int32_t resetDecoder(Mp4WaveOutHandle* handle) {
   const MovieParams& params = reader::movieParams();
   openWaveOutEx(audio::callbackInstance(), static_cast<Mp4WaveWindow>(audio::callbackWindow()), params.bitsPerSample,
                 params.sampleRate, static_cast<std::uint16_t>(params.channels), handle);
+  // The output's own position is the audio entry counter; the decoder's
+  // read position within an entry belongs to the playback state.
   audio::setWaveOutAudioEntry(0);
   reader::resetPlaybackState();
   return 1;
