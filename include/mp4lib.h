@@ -392,6 +392,10 @@ MP4LIB_API Mp4Word decode_getyuv(uint8_t** y, uint8_t** u, uint8_t** v, uint32_t
  *     if (m.message == MP4LIB_WIM_DATA) processWaveIn(0, m.header);
  *     if (m.message == MP4LIB_WOM_DONE) processWaveOut(waveOut, m.header);
  *   }
+ *
+ * A complete application side, on both systems, is the tool's live sound
+ * (tools/live_audio.cpp): capture paced by MP4LIB_WIM_DATA, playback with at
+ * most eight buffers in flight paced by MP4LIB_WOM_DONE.
  */
 
 /* Message numbers, the values of MM_WIM_DATA and MM_WOM_DONE. */
