@@ -56,13 +56,7 @@ class AlsaDevices : public DecoderTest {
 TEST_F(AlsaDevices, PlaybackWritesTheDecodedPcmInOrder) {
   const std::vector<Bytes> samples = makeSamples(20, 320);
   MovieLayout layout;
-  TrackLayout track;
-  track.video = false;
-  track.entry = soundEntry("sowt", 0, 1, 16, 8000);
-  track.timing = {{20, 160}};
-  track.samples = samples;
-  track.timeScale = 8000;
-  layout.tracks = {track};
+  layout.tracks = {pcmLayout(samples, 160)};
   ASSERT_EQ(open(layout), 1);
   Mp4WaveOutHandle handle = nullptr;
   ASSERT_EQ(openWaveOutEx(0, queue.window(), 16, 8000, 1, &handle), 1);
@@ -93,13 +87,7 @@ TEST_F(AlsaDevices, OnlyTheLeftChannelPlaysAtFullVolume) {
   // 16-bit stereo: frames of left (2 bytes) then right (2 bytes).
   const std::vector<Bytes> samples = makeSamples(2, 400);
   MovieLayout layout;
-  TrackLayout track;
-  track.video = false;
-  track.entry = soundEntry("sowt", 0, 2, 16, 8000);
-  track.timing = {{2, 100}};
-  track.samples = samples;
-  track.timeScale = 8000;
-  layout.tracks = {track};
+  layout.tracks = {pcmLayout(samples, 100, 2)};
   ASSERT_EQ(open(layout), 1);
   Mp4WaveOutHandle handle = nullptr;
   ASSERT_EQ(openWaveOutEx(0, queue.window(), 16, 8000, 2, &handle), 1);

@@ -32,13 +32,7 @@ class RealTimePlayback : public DecoderTest {
   void SetUp() override {
     DecoderTest::SetUp();
     MovieLayout layout;
-    TrackLayout track;
-    track.video = false;
-    track.entry = soundEntry("sowt", 0, 1, 16, 8000);
-    track.timing = {{kSamples, 160}};
-    track.samples = makeSamples(kSamples, kSampleBytes);
-    track.timeScale = 8000;
-    layout.tracks = {track};
+    layout.tracks = {pcmLayout(makeSamples(kSamples, kSampleBytes), 160)};
     ASSERT_EQ(open(layout), 1);
     if (openWaveOutEx(0, window.window(), 16, 8000, 1, &handle) != 1) {
       MP4LIB_WITHOUT_AUDIO_DEVICE("no default output device");

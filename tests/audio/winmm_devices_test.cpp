@@ -45,13 +45,7 @@ class WinmmDevices : public DecoderTest {
 
 TEST_F(WinmmDevices, PlaysEveryBlockAndGetsEachBack) {
   MovieLayout layout;
-  TrackLayout track;
-  track.video = false;
-  track.entry = soundEntry("sowt", 0, 1, 16, 8000);
-  track.timing = {{12, 160}};
-  track.samples = makeSamples(12, 320);
-  track.timeScale = 8000;
-  layout.tracks = {track};
+  layout.tracks = {pcmLayout(makeSamples(12, 320), 160)};
   ASSERT_EQ(open(layout), 1);
   Mp4WaveOutHandle handle = nullptr;
   if (openWaveOutEx(0, window.window(), 16, 8000, 1, &handle) != 1) {

@@ -103,6 +103,18 @@ inline TrackLayout amrLayout(std::size_t frames, std::uint32_t perChunk = 1) {
   return track;
 }
 
+// 16-bit PCM at 8000 Hz ("sowt", passed through by the test codec): one
+// entry per sample, each lasting `delta` units of 1/8000 s.
+inline TrackLayout pcmLayout(std::vector<Bytes> samples, std::uint32_t delta, std::uint16_t channels = 1) {
+  TrackLayout track;
+  track.video = false;
+  track.entry = soundEntry("sowt", 0, channels, 16, 8000);
+  track.timing = {{static_cast<std::uint32_t>(samples.size()), delta}};
+  track.samples = std::move(samples);
+  track.timeScale = 8000;
+  return track;
+}
+
 inline int countEntry(const TestPluginControl* control, int entry) { return control ? countCalls(control, entry) : -1; }
 
 }  // namespace mp4lib::test

@@ -172,13 +172,7 @@ class AudioTrackDecoding : public DecoderTest {
  protected:
   void openPcm(std::vector<Bytes> samples) {
     MovieLayout layout;
-    TrackLayout track;
-    track.video = false;
-    track.entry = soundEntry("sowt", 0, 1, 16, 8000);
-    track.timing = {{static_cast<std::uint32_t>(samples.size()), 1024}};
-    track.samples = std::move(samples);
-    track.timeScale = 8000;
-    layout.tracks = {track};
+    layout.tracks = {pcmLayout(std::move(samples), 1024)};
     ASSERT_EQ(open(layout), 1);
   }
   std::vector<std::uint8_t> pcm = std::vector<std::uint8_t>(65536);
