@@ -1,5 +1,6 @@
 #include "support/recording.h"
 
+#include <cstdlib>
 #include <vector>
 
 #include "audio/wave_block_list.h"
@@ -15,6 +16,15 @@ namespace mp4lib::test {
 
 std::atomic<std::uint32_t> testClockMs{0};
 std::atomic<std::uint64_t> testFreeBytes{0};
+
+bool ffprobeAvailable() {
+#ifdef _WIN32
+  return false;
+#else
+  static const bool available = std::system("ffprobe -version > /dev/null 2>&1") == 0;
+  return available;
+#endif
+}
 
 namespace {
 

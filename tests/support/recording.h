@@ -20,6 +20,10 @@ extern std::atomic<std::uint32_t> testClockMs;
 // Free bytes the disk-space seam reports.
 extern std::atomic<std::uint64_t> testFreeBytes;
 
+// True when ffprobe answers (never on Windows, where the tests run under
+// wine without it).
+bool ffprobeAvailable();
+
 class RecordingTest : public ::testing::Test {
  protected:
   void SetUp() override;

@@ -27,15 +27,6 @@ struct Probe {
   std::string text;
 };
 
-bool ffprobeAvailable() {
-#ifdef _WIN32
-  return false;
-#else
-  static const bool available = std::system("ffprobe -version > /dev/null 2>&1") == 0;
-  return available;
-#endif
-}
-
 // Runs ffprobe on `file` and collects the [STREAM] and [FORMAT] sections.
 Probe probe(const std::filesystem::path& file) {
   Probe result;

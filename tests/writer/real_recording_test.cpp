@@ -16,15 +16,6 @@
 namespace mp4lib::test {
 namespace {
 
-bool ffprobeAvailable() {
-#ifdef _WIN32
-  return false;
-#else
-  static const bool available = std::system("ffprobe -version > /dev/null 2>&1") == 0;
-  return available;
-#endif
-}
-
 // ffprobe's decoded view of one stream: "codec,width,height,frames".
 std::string decodedStream(const std::filesystem::path& file, const char* selector) {
   const std::filesystem::path report = file.string() + "." + selector + ".txt";
