@@ -233,31 +233,5 @@ Bytes patternPicture(int width, int height, int frame) {
   return yuv;
 }
 
-Bytes tone(double hertz, int sampleRate, std::uint64_t first, int samples, double amplitude) {
-  Bytes pcm(static_cast<std::size_t>(samples) * 2);
-  for (int i = 0; i < samples; ++i) {
-    const double t = static_cast<double>(first + static_cast<std::uint64_t>(i)) / sampleRate;
-    const auto s = static_cast<std::int16_t>(std::lround(amplitude * std::sin(2.0 * M_PI * hertz * t)));
-    pcm[2 * i] = static_cast<std::uint8_t>(static_cast<std::uint16_t>(s) & 0xFF);
-    pcm[2 * i + 1] = static_cast<std::uint8_t>(static_cast<std::uint16_t>(s) >> 8);
-  }
-  return pcm;
-}
-
-double zeroCrossingHertz(const Bytes& pcm, int sampleRate, std::size_t skip) {
-  std::vector<int> samples;
-  for (std::size_t i = 0; i + 1 < pcm.size(); i += 2) samples.push_back(static_cast<std::int16_t>(pcm[i] | (pcm[i + 1] << 8)));
-  int crossings = 0;
-  std::size_t first = 0, last = 0;
-  for (std::size_t i = skip + 1; i < samples.size(); ++i) {
-    if (samples[i - 1] < 0 && samples[i] >= 0) {
-      if (crossings == 0) first = i;
-      last = i;
-      ++crossings;
-    }
-  }
-  if (crossings < 2) return 0.0;
-  return (crossings - 1) * static_cast<double>(sampleRate) / static_cast<double>(last - first);
-}
 
 }  // namespace mp4lib::test::interop

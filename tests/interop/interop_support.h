@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "support/pcm.h"
+
 namespace mp4lib::test::interop {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -35,6 +37,7 @@ class ScratchFolder {
   ScratchFolder(const ScratchFolder&) = delete;
   ScratchFolder& operator=(const ScratchFolder&) = delete;
   std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
+  const std::filesystem::path& path() const { return path_; }
 
  private:
   std::filesystem::path path_;
@@ -70,12 +73,5 @@ double psnr(const std::uint8_t* a, const std::uint8_t* b, std::size_t bytes);
 
 // Moving smooth picture number `frame`, byte planar YUV 4:2:0.
 Bytes patternPicture(int width, int height, int frame);
-
-// 16-bit mono little-endian PCM of a sine tone from sample `first` on.
-Bytes tone(double hertz, int sampleRate, std::uint64_t first, int samples, double amplitude = 8000.0);
-
-// Frequency of 16-bit mono PCM by counting upward zero crossings, skipping
-// the first `skip` samples (codec start-up). Hz; 0 with fewer than two crossings.
-double zeroCrossingHertz(const Bytes& pcm, int sampleRate, std::size_t skip = 0);
 
 }  // namespace mp4lib::test::interop

@@ -118,7 +118,7 @@ class RecordedFiles : public ::testing::TestWithParam<Pair> {
   static void expectTone(const fs::path& pcm, std::size_t samples) {
     const Bytes sound = readFile(pcm);
     EXPECT_EQ(sound.size(), samples * 2);
-    EXPECT_NEAR(zeroCrossingHertz(sound, 8000, 400), 440.0, 4.0);
+    EXPECT_NEAR(zeroCrossingHertz(sound, 8000, 1, 400), 440.0, 4.0);
   }
 
   static ScratchFolder* folder;

@@ -50,7 +50,7 @@ TEST_F(AudioPlugins, AmrEncodesTwelvePointTwoKbitFrames) {
   CodecPlugin* amr = plugin(MP4LIB_CODEC_TYPE_AMR);
   ASSERT_NE(amr, nullptr);
   ASSERT_EQ(amr->initEncode(0, 0), 1u);
-  const auto pcm = tone(440.0, 8000, 8000);  // 1 s
+  const auto pcm = tone(440.0, 8000, 0, 8000);  // 1 s
   std::vector<std::uint32_t> sizes;
   const auto coded = encodeBlocks(amr, pcm, 960, &sizes);  // 60 ms blocks: three frames each
   amr->finalizeEncode(0);
@@ -69,7 +69,7 @@ TEST_F(AudioPlugins, AmrKeepsPartialBlocksForTheNextCall) {
   CodecPlugin* amr = plugin(MP4LIB_CODEC_TYPE_AMR);
   ASSERT_NE(amr, nullptr);
   ASSERT_EQ(amr->initEncode(0, 0), 1u);
-  const auto pcm = tone(300.0, 8000, 400);
+  const auto pcm = tone(300.0, 8000, 0, 400);
   std::vector<std::uint8_t> out(640);
   std::uint32_t size = 0;
   EXPECT_EQ(amr->encode(word(pcm.data()), 200, word(out.data()), word(&size), 0), 1u);
@@ -85,7 +85,7 @@ TEST_F(AudioPlugins, G723EncodesSixPointThreeKbitFrames) {
   CodecPlugin* g723 = plugin(MP4LIB_CODEC_TYPE_G723);
   ASSERT_NE(g723, nullptr);
   ASSERT_EQ(g723->initEncode(0, 0), 1u);
-  const auto pcm = tone(500.0, 8000, 8160);
+  const auto pcm = tone(500.0, 8000, 0, 8160);
   std::vector<std::uint32_t> sizes;
   const auto coded = encodeBlocks(g723, pcm, 480, &sizes);  // 30 ms blocks
   g723->finalizeEncode(0);
