@@ -4,7 +4,6 @@
 // The null device does not keep real time, so nothing here waits on a clock.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -16,6 +15,7 @@
 #include "mp4lib.h"
 #include "platform/wave_messages.h"
 #include "reader/decoder_fixture.h"
+#include "support/alsa_file_devices.h"
 
 namespace mp4lib::test {
 namespace {
@@ -31,11 +31,7 @@ class AlsaDevices : public DecoderTest {
     DecoderTest::SetUp();
     folder = std::filesystem::temp_directory_path() / ("mp4lib_alsa_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "_" + ::testing::UnitTest::GetInstance()->current_test_info()->name());
     std::filesystem::create_directories(folder);
-    std::ofstream config(folder / "asound.conf");
-    config << "pcm.!default {\n  type file\n  slave { pcm { type null } }\n  file \"" << (folder / "played.raw").string()
-           << "\"\n  infile \"" << (folder / "input.raw").string() << "\"\n  format \"raw\"\n}\n";
-    config.close();
-    setenv("ALSA_CONFIG_PATH", (folder / "asound.conf").c_str(), 1);
+    useAlsaFileDevices(folder);
   }
   void TearDown() override {
     closeWaveOut();
@@ -44,6 +40,7 @@ class AlsaDevices : public DecoderTest {
     audio::setWaveOutAudioEntry(0);
     audio::setWaveInBufferSize(0);
     DecoderTest::TearDown();
+    stopUsingAlsaFileDevices();
     std::filesystem::remove_all(folder);
   }
   std::filesystem::path folder;

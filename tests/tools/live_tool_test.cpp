@@ -5,15 +5,15 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "codecs/plugin_registry.h"
 #include "interop/interop_support.h"
 #include "mp4lib.h"
+#include "support/alsa_file_devices.h"
+#include "support/pcm.h"
 #include "support/plugin_folder.h"
 
 namespace mp4lib::test {
@@ -39,17 +39,9 @@ Bytes sweep(int samples) {
   return pcm;
 }
 
-std::vector<double> samplesOf(const Bytes& pcm) {
-  std::vector<double> out(pcm.size() / 2);
-  for (std::size_t i = 0; i < out.size(); ++i) {
-    out[i] = static_cast<std::int16_t>(pcm[2 * i] | (pcm[2 * i + 1] << 8));
-  }
-  return out;
-}
-
 // The best normalised correlation of `decoded` against `source` over the
 // samples [from, to) of `decoded`, for delays 0 to maxDelay samples.
-double bestCorrelation(const std::vector<double>& source, const std::vector<double>& decoded, std::size_t from,
+double bestCorrelation(const std::vector<int>& source, const std::vector<int>& decoded, std::size_t from,
                        std::size_t to, std::size_t maxDelay) {
   double best = -1;
   for (std::size_t delay = 0; delay <= maxDelay && delay <= from; ++delay) {
@@ -67,14 +59,8 @@ double bestCorrelation(const std::vector<double>& source, const std::vector<doub
 
 class LiveTool : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::ofstream config(folder / "asound.conf");
-    config << "pcm.!default {\n  type file\n  slave { pcm { type null } }\n  file \"" << (folder / "played.raw").string()
-           << "\"\n  infile \"" << (folder / "input.raw").string() << "\"\n  format \"raw\"\n}\n";
-    config.close();
-    setenv("ALSA_CONFIG_PATH", (folder / "asound.conf").c_str(), 1);
-  }
-  void TearDown() override { unsetenv("ALSA_CONFIG_PATH"); }
+  void SetUp() override { useAlsaFileDevices(folder.path()); }
+  void TearDown() override { stopUsingAlsaFileDevices(); }
 
   bool tool(const std::string& arguments) {
     return interop::run("cd " + quoted(libraryFolder()) + " && ./mp4lib " + arguments);
@@ -83,23 +69,14 @@ class LiveTool : public ::testing::Test {
   // Every PCM byte of the movie's audio, decoded through the library.
   Bytes decodedAudio(const std::filesystem::path& movie) {
     codecs::discoverCodecPluginsBeside((libraryFolder() / mp4libFileName()).wstring().c_str());
-    Bytes pcm;
     MovieParams* params = nullptr;
-    if (initDecoder(movie.wstring().c_str(), &params) != 1) return pcm;
-    std::uint32_t samples = 0;
-    getAudioFrameNum(&samples);
-    Bytes chunk(MP4LIB_AUDIO_DECODE_MIN_OUTPUT);
-    for (std::uint32_t entry = 0; entry < samples; ++entry) {
-      std::uint32_t left = 0;
-      do {
-        std::uint32_t length = static_cast<std::uint32_t>(chunk.size()), timeMs = 0;
-        if ((decode_audio_track(static_cast<std::int32_t>(entry), chunk.data(), &length, &timeMs, &left) & 0xFF) == 0) {
-          break;
-        }
-        pcm.insert(pcm.end(), chunk.begin(), chunk.begin() + length);
-      } while (left > 0);
+    Bytes pcm;
+    if (initDecoder(movie.wstring().c_str(), &params) == 1) {
+      std::uint32_t samples = 0;
+      getAudioFrameNum(&samples);
+      pcm = decodedTrackSound(samples, MP4LIB_AUDIO_DECODE_MIN_OUTPUT);
+      finalizeDecoder();
     }
-    finalizeDecoder();
     codecs::unloadCodecPlugins();
     codecs::discoverCodecPluginsBeside(nullptr);
     return pcm;
@@ -117,7 +94,7 @@ TEST_F(LiveTool, RecordsTheInputDeviceThroughAmrAndPlaysItBackOut) {
   // 1 s of 20 ms AMR blocks, and the pictures that go with it.
   const Bytes decoded = decodedAudio(movie);
   ASSERT_EQ(decoded.size(), 50u * 320u);
-  const std::vector<double> source = samplesOf(input), heard = samplesOf(decoded);
+  const std::vector<int> source = pcmSamples(input), heard = pcmSamples(decoded);
   // AMR keeps the waveform, a few samples late.
   const double match = bestCorrelation(source, heard, 800, 8000, 400);
   EXPECT_GT(match, 0.85);
