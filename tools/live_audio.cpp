@@ -16,10 +16,6 @@ constexpr std::uint32_t kDeviceTimeoutMs = 5000;
 // Buffers queued on the output at once (the library holds no more).
 constexpr int kQueuedBlocks = 8;
 
-std::uint32_t frameTimeMs(std::uint32_t frame, double frameRate) {
-  return static_cast<std::uint32_t>(frame * 1000.0 / frameRate);
-}
-
 }  // namespace
 
 bool recordFromInputDevice(Recorder& recorder, const Codecs& codecs, double frameRate, std::uint64_t totalMs) {
@@ -45,7 +41,7 @@ bool recordFromInputDevice(Recorder& recorder, const Codecs& codecs, double fram
     while (capturedMs < totalMs && recorder.capturedBlock()) capturedMs += codecs.audioBlockMs;
     // Pictures follow the sound: each one whose time has been captured.
     while (ok && codecs.video && frameTimeMs(frame, frameRate) < capturedMs) {
-      ok = recorder.videoFrame(frame, frameTimeMs(frame, frameRate));
+      ok = recorder.videoFrame(frame, static_cast<std::uint32_t>(frameTimeMs(frame, frameRate)));
       ++frame;
     }
     if (!ok) std::fprintf(stderr, "mp4lib: encoding failed (the codec plug-in refused a frame or the disk is full)\n");

@@ -21,10 +21,10 @@ bool recordFromSources(Recorder& recorder, const Codecs& codecs, double frameRat
   std::uint64_t nextBlock = 0;
   bool ok = true;
   for (std::uint32_t frame = 0; ok && !recorder.endOfInput(); ++frame) {
-    const auto frameMs = static_cast<std::uint64_t>(frame * 1000.0 / frameRate);
+    const std::uint64_t frameMs = frameTimeMs(frame, frameRate);
     if (frameMs >= totalMs) break;
     if (codecs.video) ok = recorder.videoFrame(frame, static_cast<std::uint32_t>(frameMs));
-    const auto untilMs = static_cast<std::uint64_t>((frame + 1) * 1000.0 / frameRate);
+    const std::uint64_t untilMs = frameTimeMs(frame + 1, frameRate);
     while (ok && codecs.audio && nextBlock * codecs.audioBlockMs < std::min(untilMs, totalMs)) {
       ok = recorder.audioBlock(nextBlock, static_cast<std::uint32_t>(nextBlock * codecs.audioBlockMs));
       ++nextBlock;

@@ -20,6 +20,11 @@ struct Codecs {
   std::uint32_t audioBlockMs = 0;  // AMR frames last 20 ms, G.723 frames 30 ms
 };
 
+// When picture `frame` is shown at frameRate, ms.
+inline std::uint64_t frameTimeMs(std::uint64_t frame, double frameRate) {
+  return static_cast<std::uint64_t>(static_cast<double>(frame) * 1000.0 / frameRate);
+}
+
 // False, with the reason on standard error, for names the tool does not know.
 bool chooseCodecs(const RecordOptions& options, Codecs* codecs);
 EncoderParams encoderParams(const Codecs& codecs, std::uint32_t width, std::uint32_t height, double frameRate);
