@@ -13,7 +13,7 @@
 #include "audio/wave_in_state.h"
 #include "audio/wave_out_control.h"
 #include "mp4lib.h"
-#include "platform/wave_messages.h"
+#include "wave_window.h"
 #include "reader/decoder_fixture.h"
 #include "support/alsa_file_devices.h"
 
@@ -45,9 +45,9 @@ class AlsaDevices : public DecoderTest {
   }
   std::filesystem::path folder;
   // The application's side: the device thread posts, the test thread takes.
-  platform::WaveMessageWindow queue;
+  support::WaveMessageWindow queue;
   // The next message; false when none came within 10 s (a hung device).
-  bool take(platform::WaveMessage* message) { return queue.next(message, 10000); }
+  bool take(support::WaveMessage* message) { return queue.next(message, 10000); }
 };
 
 TEST_F(AlsaDevices, PlaybackWritesTheDecodedPcmInOrder) {
@@ -61,14 +61,14 @@ TEST_F(AlsaDevices, PlaybackWritesTheDecodedPcmInOrder) {
   int released = 0;
   while (decodeAudioAndPlayEx() != 0) {
     if (audio::waveBlockCount() < 8) continue;
-    platform::WaveMessage message;
+    support::WaveMessage message;
     ASSERT_TRUE(take(&message));
     EXPECT_EQ(message.id, MP4LIB_WOM_DONE);
     processWaveOut(handle, message.header);
     ++released;
   }
   while (audio::waveBlockCount() > 0) {
-    platform::WaveMessage message;
+    support::WaveMessage message;
     ASSERT_TRUE(take(&message));
     processWaveOut(handle, message.header);
     ++released;
@@ -91,7 +91,7 @@ TEST_F(AlsaDevices, OnlyTheLeftChannelPlaysAtFullVolume) {
   ASSERT_EQ(decodeAudioAndPlayEx(), 1u);
   ASSERT_EQ(decodeAudioAndPlayEx(), 1u);
   for (int i = 0; i < 2; ++i) {
-    platform::WaveMessage message;
+    support::WaveMessage message;
     ASSERT_TRUE(take(&message));
     processWaveOut(handle, message.header);
   }
@@ -115,7 +115,7 @@ TEST_F(AlsaDevices, CaptureDeliversTheInputInOrder) {
   ASSERT_EQ(openWaveInEx(0, queue.window(), 16, 8000, 1, &handle), 1);
   ASSERT_NE(handle, nullptr);
   for (int i = 0; i < 6; ++i) {
-    platform::WaveMessage message;
+    support::WaveMessage message;
     ASSERT_TRUE(take(&message));
     EXPECT_EQ(message.id, MP4LIB_WIM_DATA);
     EXPECT_EQ(processWaveIn(0, message.header), 0u);

@@ -14,7 +14,7 @@
 #include "audio/wave_in_state.h"
 #include "audio/wave_out_control.h"
 #include "mp4lib.h"
-#include "platform/wave_messages.h"
+#include "wave_window.h"
 #include "reader/decoder_fixture.h"
 #include "support/audio_device.h"
 
@@ -64,7 +64,7 @@ class RealTimePlayback : public DecoderTest {
   // released a buffer (messages for buffers a seek or reset already took
   // back release nothing).
   bool answer() {
-    platform::WaveMessage message;
+    support::WaveMessage message;
     do {
       if (!window.next(&message, 10000)) {
         hung = true;
@@ -89,7 +89,7 @@ class RealTimePlayback : public DecoderTest {
     return queued;
   }
 
-  platform::WaveMessageWindow window;
+  support::WaveMessageWindow window;
   Mp4WaveOutHandle handle = nullptr;
   bool ended = false;
   bool hung = false;
@@ -165,7 +165,7 @@ class RealTimeCapture : public ::testing::Test {
     audio::clearWaveBlocks();
     audio::setWaveInBufferSize(0);
   }
-  platform::WaveMessageWindow window;
+  support::WaveMessageWindow window;
 };
 
 TEST_F(RealTimeCapture, FullBuffersComeAtTheSoundsPace) {
@@ -175,7 +175,7 @@ TEST_F(RealTimeCapture, FullBuffersComeAtTheSoundsPace) {
   if (handle == nullptr) MP4LIB_WITHOUT_AUDIO_DEVICE("no default input device");
   std::vector<Clock::time_point> fullAt;
   while (fullAt.size() < 150) {
-    platform::WaveMessage message;
+    support::WaveMessage message;
     ASSERT_TRUE(window.next(&message, 10000)) << "no buffer after " << fullAt.size();
     if (message.id != MP4LIB_WIM_DATA) continue;
     ASSERT_EQ(processWaveIn(0, message.header), 0u);

@@ -11,7 +11,7 @@
 #include "audio/wave_in_state.h"
 #include "audio/wave_out_control.h"
 #include "mp4lib.h"
-#include "platform/wave_messages.h"
+#include "wave_window.h"
 #include "reader/decoder_fixture.h"
 #include "support/audio_device.h"
 
@@ -31,7 +31,7 @@ class WinmmDevices : public DecoderTest {
   // Waits (at most 10 s) for the next message of kind `id` and answers it
   // as the application's window procedure would.
   bool answerOne(std::uint32_t id, Mp4WaveOutHandle handle = nullptr) {
-    platform::WaveMessage message;
+    support::WaveMessage message;
     while (window.next(&message, 10000)) {
       if (message.id != id) continue;
       if (id == MP4LIB_WIM_DATA) processWaveIn(0, message.header);
@@ -40,7 +40,7 @@ class WinmmDevices : public DecoderTest {
     }
     return false;
   }
-  platform::WaveMessageWindow window;
+  support::WaveMessageWindow window;
 };
 
 TEST_F(WinmmDevices, PlaysEveryBlockAndGetsEachBack) {

@@ -4,9 +4,9 @@
 #include <windows.h>
 #include <mmsystem.h>
 
-#include "platform/wave_messages.h"
+#include "wave_window.h"
 
-namespace mp4lib::platform {
+namespace mp4lib::support {
 
 struct WaveMessageWindow::State {
   HWND window = nullptr;
@@ -41,4 +41,4 @@ bool WaveMessageWindow::next(WaveMessage* message, std::uint32_t timeoutMs) {
   }
 }
 
-}  // namespace mp4lib::platform
+}  // namespace mp4lib::support

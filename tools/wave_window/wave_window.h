@@ -1,8 +1,9 @@
 // The application's side of the wave devices: a "window" that receives the
 // devices' buffer messages, and a wait for the next one on the thread that
 // owns it. On Windows it is a message-only window of the thread that made
-// it; on POSIX an Mp4WaveTarget whose post queues the message. The tool and
-// the tests answer the devices through it.
+// it; on POSIX an Mp4WaveTarget whose post queues the message. It is not
+// part of the library: the tool and the tests are applications, and they
+// answer the devices through it.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +11,7 @@
 
 #include "mp4lib.h"
 
-namespace mp4lib::platform {
+namespace mp4lib::support {
 
 struct WaveMessage {
   std::uint32_t id = 0;  // MP4LIB_WIM_DATA or MP4LIB_WOM_DONE
@@ -35,4 +36,4 @@ class WaveMessageWindow {
   std::unique_ptr<State> state_;
 };
 
-}  // namespace mp4lib::platform
+}  // namespace mp4lib::support

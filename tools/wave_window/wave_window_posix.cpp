@@ -1,13 +1,13 @@
 // POSIX wave message window: the device thread posts into a locked queue and
 // the application's thread takes the messages out in the order posted.
-#include "platform/wave_messages.h"
+#include "wave_window.h"
 
 #include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
 
-namespace mp4lib::platform {
+namespace mp4lib::support {
 
 struct WaveMessageWindow::State {
   Mp4WaveTarget target{&State::post, this};
@@ -38,4 +38,4 @@ bool WaveMessageWindow::next(WaveMessage* message, std::uint32_t timeoutMs) {
   return true;
 }
 
-}  // namespace mp4lib::platform
+}  // namespace mp4lib::support
