@@ -1,50 +1,39 @@
-#include "frame/library.h"
-
-#include <atomic>
-
-#include "codecs/plugin_registry.h"
+// Library lifecycle and byte-order utilities.
+#include "api/library_state.h"
 #include "mp4lib.h"
-#include "pixels/tables.h"
-
-namespace mp4lib::frame {
-
-namespace {
-
-std::atomic<bool> initialised{false};
-std::atomic<bool> encoderOpen{false};
-std::atomic<bool> decoderOpen{false};
-
-// Constructed when the library is loaded, before any export can run, and
-// destroyed when it is unloaded.
-platform::CriticalSection writeSection;
-platform::CriticalSection readSection;
-
-}  // namespace
-
-bool libraryInitialised() { return initialised.load(); }
-bool encoderActive() { return encoderOpen.load(); }
-void setEncoderActive(bool active) { encoderOpen.store(active); }
-bool decoderActive() { return decoderOpen.load(); }
-void setDecoderActive(bool active) { decoderOpen.store(active); }
-platform::CriticalSection& writeLock() { return writeSection; }
-platform::CriticalSection& readLock() { return readSection; }
-
-void onProcessDetach() { finalizeMp4Lib(); }
-
-}  // namespace mp4lib::frame
 
 using namespace mp4lib;
 
 extern "C" MP4LIB_API void initMp4Lib(void) {
-  if (frame::initialised.load()) return;
-  codecs::discoverCodecPlugins();
-  pixels::buildLookupTables();
-  frame::initialised.store(true);
+  api::LibraryState& state = api::libraryState();
+  if (state.initialised.load()) return;
+  codecs::discoverCodecPlugins(state.plugins);
+  pixels::buildLookupTables(state.lookupTables);
+  state.initialised.store(true);
 }
 
 extern "C" MP4LIB_API void finalizeMp4Lib(void) {
-  if (!frame::initialised.load()) return;
-  codecs::unloadCodecPlugins();
-  pixels::releaseLookupTables();
-  frame::initialised.store(false);
+  api::LibraryState& state = api::libraryState();
+  if (!state.initialised.load()) return;
+  codecs::unloadCodecPlugins(state.plugins);
+  pixels::releaseLookupTables(state.lookupTables);
+  state.initialised.store(false);
 }
+
+extern "C" MP4LIB_API uint32_t makeFourCC(int8_t a, int8_t b, int8_t c, int8_t d) {
+  // Each character is widened with its sign before it is or-ed in, so a
+  // later character of 0x80 or more fills every bit above its own byte.
+  // Shifts are done on the unsigned pattern to stay well defined.
+  const auto widen = [](int8_t ch) { return static_cast<uint32_t>(static_cast<int32_t>(ch)); };
+  uint32_t code = widen(a);
+  code = (code << 8) | widen(b);
+  code = (code << 8) | widen(c);
+  code = (code << 8) | widen(d);
+  return code;
+}
+
+extern "C" MP4LIB_API uint32_t convertDWORDToBigEndian(uint32_t x) {
+  return (x >> 24) | ((x >> 8) & 0x0000FF00u) | ((x << 8) & 0x00FF0000u) | (x << 24);
+}
+
+extern "C" MP4LIB_API uint32_t convertDWORDToLittleEndian(uint32_t x) { return convertDWORDToBigEndian(x); }

@@ -4,7 +4,7 @@
 #include <cstddef>
 
 #include "codecs/plugin_registry.h"
-#include "frame/sample_records.h"
+#include "container/sample_records.h"
 #include "mp4lib_plugin.h"
 
 static_assert(sizeof(SampleEntry) == 16, "SampleEntry is 16 bytes");

@@ -5,9 +5,9 @@
 
 #include <cstdint>
 
-#include "reader/parse_context.h"
+#include "container/parse_context.h"
 
-namespace mp4lib::reader {
+namespace mp4lib::container {
 
 // Containers: the parse loop over the payload's child boxes.
 std::int32_t parseChildren(ParseContext& context, std::uint32_t type, std::int64_t offset, std::int64_t size);
@@ -39,4 +39,4 @@ std::int32_t readDecodingTimes(ParseContext& context, std::uint32_t type, std::i
 std::int32_t readSampleToChunk(ParseContext& context, std::uint32_t type, std::int64_t offset, std::int64_t size);
 std::int32_t readChunkOffsets(ParseContext& context, std::uint32_t type, std::int64_t offset, std::int64_t size);
 
-}  // namespace mp4lib::reader
+}  // namespace mp4lib::container

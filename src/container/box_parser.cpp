@@ -1,11 +1,11 @@
-#include "reader/box_parser.h"
+#include "container/box_parser.h"
 
 #include <cstdio>
 
-#include "reader/box_handlers.h"
-#include "reader/box_table.h"
+#include "container/box_handlers.h"
+#include "container/box_table.h"
 
-namespace mp4lib::reader {
+namespace mp4lib::container {
 
 namespace {
 
@@ -25,9 +25,9 @@ struct DepthGuard {
 
 }  // namespace
 
-frame::TrackRecord* currentTrack(ParseContext& context) {
+TrackRecord* currentTrack(ParseContext& context) {
   const int count = context.movie.trackCount;
-  if (count < 1 || count > frame::kMaxTracks) return nullptr;
+  if (count < 1 || count > kMaxTracks) return nullptr;
   return &context.movie.tracks[count - 1];
 }
 
@@ -57,7 +57,7 @@ std::int32_t parseChildren(ParseContext& context, std::uint32_t, std::int64_t of
     std::uint32_t type = 0;
     if (size - consumed >= 8) {
       declared = readBE32(in);
-      type = readLE32(in);
+      type = readBE32(in);
     }
     consumed += 8;
     std::int64_t boxSize = declared;
@@ -96,7 +96,7 @@ std::int32_t readHeader(ParseContext& context) {
   // Measuring the length also rewinds to offset 0, where parsing starts.
   context.fileLength = fileLength(context.in);
   const std::int32_t status = parseChildren(context, 0, 0, context.fileLength);
-  frame::MovieContext& movie = context.movie;
+  MovieContext& movie = context.movie;
   if (status < 0 || (!movie.moovSeen && !movie.mdatSeen)) return -1;
   if (tellInput(context.in) != static_cast<std::int64_t>(movie.mdatOffset)) {
     seekInput(context.in, static_cast<std::int64_t>(movie.mdatOffset), SEEK_SET);
@@ -106,4 +106,4 @@ std::int32_t readHeader(ParseContext& context) {
   return 0;
 }
 
-}  // namespace mp4lib::reader
+}  // namespace mp4lib::container

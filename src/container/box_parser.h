@@ -3,9 +3,9 @@
 
 #include <cstdint>
 
-#include "reader/parse_context.h"
+#include "container/parse_context.h"
 
-namespace mp4lib::reader {
+namespace mp4lib::container {
 
 // Containers nest at most this deep; deeper boxes are skipped whole, so a
 // file cannot exhaust the stack.
@@ -16,4 +16,4 @@ constexpr int kMaxBoxDepth = 32;
 // neither "moov" nor "mdat" (one of the two is enough).
 std::int32_t readHeader(ParseContext& context);
 
-}  // namespace mp4lib::reader
+}  // namespace mp4lib::container

@@ -1,60 +1,59 @@
-// Four-character codes, brands and fixed values of the 3GP files the
-// recorder writes.
+// Box types, brands and fixed values of the 3GP files the recorder writes.
 #pragma once
 
 #include <cstdint>
 
-#include "mp4lib_plugin.h"
+#include "container/fourcc.h"
 
-namespace mp4lib::writer {
+namespace mp4lib::container {
 
 // Brands of "ftyp": major "3gp4", compatible "3gp4" and "isom".
-constexpr std::uint32_t kBrand3gp4 = MP4LIB_FOURCC('3', 'g', 'p', '4');
-constexpr std::uint32_t kBrandIsom = MP4LIB_FOURCC('i', 's', 'o', 'm');
+constexpr std::uint32_t kBrand3gp4 = fourcc("3gp4");
+constexpr std::uint32_t kBrandIsom = fourcc("isom");
 
 // Our vendor code, in the vendor header box type and the sample entries.
-constexpr std::uint32_t kVendorKelv = MP4LIB_FOURCC('k', 'e', 'l', 'v');
+constexpr std::uint32_t kVendorKelv = fourcc("kelv");
 // First four bytes of the vendor header payload.
-constexpr std::uint32_t kVendorPayloadMagic = MP4LIB_FOURCC('W', 'M', 'V', 'H');
+constexpr std::uint32_t kVendorPayloadMagic = fourcc("WMVH");
 // Format version in the vendor header payload.
 constexpr std::uint32_t kVendorVersion3gp = 0x00010005;
 constexpr std::uint32_t kVendorVersionRawStream = 0x00010004;
 
-constexpr std::uint32_t kBoxFtyp = MP4LIB_FOURCC('f', 't', 'y', 'p');
-constexpr std::uint32_t kBoxMdat = MP4LIB_FOURCC('m', 'd', 'a', 't');
-constexpr std::uint32_t kBoxMoov = MP4LIB_FOURCC('m', 'o', 'o', 'v');
-constexpr std::uint32_t kBoxMvhd = MP4LIB_FOURCC('m', 'v', 'h', 'd');
-constexpr std::uint32_t kBoxTrak = MP4LIB_FOURCC('t', 'r', 'a', 'k');
-constexpr std::uint32_t kBoxTkhd = MP4LIB_FOURCC('t', 'k', 'h', 'd');
-constexpr std::uint32_t kBoxMdia = MP4LIB_FOURCC('m', 'd', 'i', 'a');
-constexpr std::uint32_t kBoxMdhd = MP4LIB_FOURCC('m', 'd', 'h', 'd');
-constexpr std::uint32_t kBoxHdlr = MP4LIB_FOURCC('h', 'd', 'l', 'r');
-constexpr std::uint32_t kBoxMinf = MP4LIB_FOURCC('m', 'i', 'n', 'f');
-constexpr std::uint32_t kBoxVmhd = MP4LIB_FOURCC('v', 'm', 'h', 'd');
-constexpr std::uint32_t kBoxSmhd = MP4LIB_FOURCC('s', 'm', 'h', 'd');
-constexpr std::uint32_t kBoxDinf = MP4LIB_FOURCC('d', 'i', 'n', 'f');
-constexpr std::uint32_t kBoxDref = MP4LIB_FOURCC('d', 'r', 'e', 'f');
-constexpr std::uint32_t kBoxUrl = MP4LIB_FOURCC('u', 'r', 'l', ' ');
-constexpr std::uint32_t kBoxStbl = MP4LIB_FOURCC('s', 't', 'b', 'l');
-constexpr std::uint32_t kBoxStsd = MP4LIB_FOURCC('s', 't', 's', 'd');
-constexpr std::uint32_t kBoxStts = MP4LIB_FOURCC('s', 't', 't', 's');
-constexpr std::uint32_t kBoxStsc = MP4LIB_FOURCC('s', 't', 's', 'c');
-constexpr std::uint32_t kBoxStsz = MP4LIB_FOURCC('s', 't', 's', 'z');
-constexpr std::uint32_t kBoxStco = MP4LIB_FOURCC('s', 't', 'c', 'o');
-constexpr std::uint32_t kBoxStss = MP4LIB_FOURCC('s', 't', 's', 's');
+constexpr std::uint32_t kBoxFtyp = fourcc("ftyp");
+constexpr std::uint32_t kBoxMdat = fourcc("mdat");
+constexpr std::uint32_t kBoxMoov = fourcc("moov");
+constexpr std::uint32_t kBoxMvhd = fourcc("mvhd");
+constexpr std::uint32_t kBoxTrak = fourcc("trak");
+constexpr std::uint32_t kBoxTkhd = fourcc("tkhd");
+constexpr std::uint32_t kBoxMdia = fourcc("mdia");
+constexpr std::uint32_t kBoxMdhd = fourcc("mdhd");
+constexpr std::uint32_t kBoxHdlr = fourcc("hdlr");
+constexpr std::uint32_t kBoxMinf = fourcc("minf");
+constexpr std::uint32_t kBoxVmhd = fourcc("vmhd");
+constexpr std::uint32_t kBoxSmhd = fourcc("smhd");
+constexpr std::uint32_t kBoxDinf = fourcc("dinf");
+constexpr std::uint32_t kBoxDref = fourcc("dref");
+constexpr std::uint32_t kBoxUrl = fourcc("url ");
+constexpr std::uint32_t kBoxStbl = fourcc("stbl");
+constexpr std::uint32_t kBoxStsd = fourcc("stsd");
+constexpr std::uint32_t kBoxStts = fourcc("stts");
+constexpr std::uint32_t kBoxStsc = fourcc("stsc");
+constexpr std::uint32_t kBoxStsz = fourcc("stsz");
+constexpr std::uint32_t kBoxStco = fourcc("stco");
+constexpr std::uint32_t kBoxStss = fourcc("stss");
 
 // Handler types.
-constexpr std::uint32_t kHandlerVideo = MP4LIB_FOURCC('v', 'i', 'd', 'e');
-constexpr std::uint32_t kHandlerSound = MP4LIB_FOURCC('s', 'o', 'u', 'n');
+constexpr std::uint32_t kHandlerVideo = fourcc("vide");
+constexpr std::uint32_t kHandlerSound = fourcc("soun");
 
 // Sample entries and their configuration boxes.
-constexpr std::uint32_t kEntryS263 = MP4LIB_FOURCC('s', '2', '6', '3');
-constexpr std::uint32_t kBoxD263 = MP4LIB_FOURCC('d', '2', '6', '3');
-constexpr std::uint32_t kEntryMp4v = MP4LIB_FOURCC('m', 'p', '4', 'v');
-constexpr std::uint32_t kBoxEsds = MP4LIB_FOURCC('e', 's', 'd', 's');
-constexpr std::uint32_t kEntrySamr = MP4LIB_FOURCC('s', 'a', 'm', 'r');
-constexpr std::uint32_t kBoxDamr = MP4LIB_FOURCC('d', 'a', 'm', 'r');
-constexpr std::uint32_t kEntryG723 = MP4LIB_FOURCC('g', '7', '2', '3');
+constexpr std::uint32_t kEntryS263 = fourcc("s263");
+constexpr std::uint32_t kBoxD263 = fourcc("d263");
+constexpr std::uint32_t kEntryMp4v = fourcc("mp4v");
+constexpr std::uint32_t kBoxEsds = fourcc("esds");
+constexpr std::uint32_t kEntrySamr = fourcc("samr");
+constexpr std::uint32_t kBoxDamr = fourcc("damr");
+constexpr std::uint32_t kEntryG723 = fourcc("g723");
 
 // Fixed box sizes, bytes.
 constexpr std::uint32_t kFtypSize = 24;
@@ -111,4 +110,4 @@ constexpr std::uint32_t kEsdsMaxBitRate = 0x0002E918;  // bits per second
 constexpr std::uint32_t kEsdsAverageBitRate = 0x00017E6B;
 constexpr std::uint8_t kSlPredefinedMp4 = 2;
 
-}  // namespace mp4lib::writer
+}  // namespace mp4lib::container

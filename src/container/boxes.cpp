@@ -1,10 +1,10 @@
-#include "writer/boxes.h"
+#include "container/boxes.h"
 
 #include <cassert>
 
-#include "writer/box_types.h"
+#include "container/box_types.h"
 
-namespace mp4lib::writer {
+namespace mp4lib::container {
 
 namespace {
 
@@ -45,13 +45,13 @@ void writeFullHeader(BufferedFile& file, std::uint32_t size, std::uint32_t type,
 }
 
 std::uint32_t countOf(std::int32_t count) { return count > 0 ? static_cast<std::uint32_t>(count) : 0; }
-std::uint32_t sampleCount(const frame::TrackRecord& track) {
+std::uint32_t sampleCount(const RecordedTrack& track) {
   return track.samples != nullptr ? countOf(track.sampleCount) : 0;
 }
-std::uint32_t sttsCount(const frame::TrackRecord& track) {
+std::uint32_t sttsCount(const RecordedTrack& track) {
   return track.stts != nullptr ? countOf(track.sttsCount) : 0;
 }
-std::int32_t codecId(const frame::TrackRecord& track) { return track.codec != nullptr ? track.codec->codecId : -1; }
+std::int32_t codecId(const RecordedTrack& track) { return track.codec != nullptr ? track.codec->codecId : -1; }
 
 // The identity matrix of the movie and track headers.
 void writeMatrix(BufferedFile& file) {
@@ -86,7 +86,7 @@ std::uint32_t writeD263(BufferedFile& file) {
   return box.done();
 }
 
-std::uint32_t writeS263(BufferedFile& file, const frame::TrackRecord& track) {
+std::uint32_t writeS263(BufferedFile& file, const RecordedTrack& track) {
   BoxScope box(file, kS263Size);
   writeHeader(file, kS263Size, kEntryS263);
   writeVisualEntryFields(file, *track.codec);
@@ -101,7 +101,7 @@ void writeDescriptorHeader(BufferedFile& file, std::uint8_t tag, std::uint32_t l
   writeBlock(file, bytes, 4);
 }
 
-std::uint32_t writeEsds(BufferedFile& file, const frame::TrackRecord& track) {
+std::uint32_t writeEsds(BufferedFile& file, const RecordedTrack& track) {
   const std::uint32_t extra = track.dsi != nullptr ? track.dsiLength : 0;
   const std::uint32_t size = kEsdsBaseSize + extra;
   BoxScope box(file, size);
@@ -125,7 +125,7 @@ std::uint32_t writeEsds(BufferedFile& file, const frame::TrackRecord& track) {
 
 // The "mp4v" size stays 135 as if the esds carried no decoder-specific
 // bytes; the recorder never has any.
-std::uint32_t writeMp4v(BufferedFile& file, const frame::TrackRecord& track) {
+std::uint32_t writeMp4v(BufferedFile& file, const RecordedTrack& track) {
   const std::uint32_t extra = track.dsi != nullptr ? track.dsiLength : 0;
   BoxScope box(file, kMp4vSize + extra);
   writeHeader(file, kMp4vSize, kEntryMp4v);
@@ -146,7 +146,7 @@ std::uint32_t writeDamr(BufferedFile& file, const CodecDescriptor& codec) {
   return box.done();
 }
 
-std::uint32_t writeSamr(BufferedFile& file, const frame::TrackRecord& track) {
+std::uint32_t writeSamr(BufferedFile& file, const RecordedTrack& track) {
   BoxScope box(file, kSamrSize);
   writeHeader(file, kSamrSize, kEntrySamr);
   writeFill(file, 0, 6);
@@ -160,7 +160,7 @@ std::uint32_t writeSamr(BufferedFile& file, const frame::TrackRecord& track) {
   return box.done();
 }
 
-std::uint32_t writeG723(BufferedFile& file, const frame::TrackRecord& track) {
+std::uint32_t writeG723(BufferedFile& file, const RecordedTrack& track) {
   const CodecDescriptor& codec = *track.codec;
   BoxScope box(file, kG723Size);
   writeHeader(file, kG723Size, kEntryG723);
@@ -178,10 +178,10 @@ std::uint32_t writeG723(BufferedFile& file, const frame::TrackRecord& track) {
 
 // Longest track duration (ms, low 32 bits) and next track id over the first
 // track-count slots that hold samples.
-std::uint32_t movieDuration(const frame::MovieContext& movie) {
+std::uint32_t movieDuration(const RecordedMovie& movie) {
   std::uint32_t longest = 0;
-  for (int i = 0; i < movie.trackCount && i < frame::kMaxTracks; ++i) {
-    const frame::TrackRecord& track = movie.tracks[i];
+  for (int i = 0; i < movie.trackCount && i < kMaxTracks; ++i) {
+    const RecordedTrack& track = movie.tracks[i];
     if (!trackHoldsSamples(track)) continue;
     const auto duration = static_cast<std::uint32_t>(track.trackDuration);
     if (duration > longest) longest = duration;
@@ -189,10 +189,10 @@ std::uint32_t movieDuration(const frame::MovieContext& movie) {
   return longest;
 }
 
-std::uint32_t nextTrackId(const frame::MovieContext& movie) {
+std::uint32_t nextTrackId(const RecordedMovie& movie) {
   std::uint32_t highest = 1;
-  for (int i = 0; i < movie.trackCount && i < frame::kMaxTracks; ++i) {
-    const frame::TrackRecord& track = movie.tracks[i];
+  for (int i = 0; i < movie.trackCount && i < kMaxTracks; ++i) {
+    const RecordedTrack& track = movie.tracks[i];
     if (trackHoldsSamples(track) && track.trackId > highest) highest = track.trackId;
   }
   return highest + 1;
@@ -202,9 +202,9 @@ std::uint32_t nextTrackId(const frame::MovieContext& movie) {
 // tracks with samples as the track count have been found or all five slots
 // have been looked at.
 template <typename Visit>
-void forEachMovieTrack(const frame::MovieContext& movie, Visit visit) {
+void forEachMovieTrack(const RecordedMovie& movie, Visit visit) {
   int found = 0;
-  for (int i = 0; i < frame::kMaxTracks && found < movie.trackCount; ++i) {
+  for (int i = 0; i < kMaxTracks && found < movie.trackCount; ++i) {
     if (!trackHoldsSamples(movie.tracks[i])) continue;
     visit(movie.tracks[i]);
     ++found;
@@ -213,11 +213,11 @@ void forEachMovieTrack(const frame::MovieContext& movie, Visit visit) {
 
 }  // namespace
 
-bool isAudioTrack(const frame::TrackRecord& track) {
-  return track.codec != nullptr && track.codec->kind == MP4LIB_CATEGORY_AUDIO;
+bool isAudioTrack(const RecordedTrack& track) {
+  return track.codec != nullptr && track.codec->kind == MP4LIB_KIND_AUDIO;
 }
 
-bool trackHoldsSamples(const frame::TrackRecord& track) { return sampleCount(track) > 0 && track.codec != nullptr; }
+bool trackHoldsSamples(const RecordedTrack& track) { return sampleCount(track) > 0 && track.codec != nullptr; }
 
 void encodeLengthField(std::uint32_t value, std::uint8_t (&bytes)[4]) {
   bytes[0] = static_cast<std::uint8_t>(0x80 | ((value >> 24) & 0x7F));
@@ -226,7 +226,7 @@ void encodeLengthField(std::uint32_t value, std::uint8_t (&bytes)[4]) {
   bytes[3] = static_cast<std::uint8_t>(value & 0x7F);
 }
 
-std::uint32_t sampleEntrySize(const frame::TrackRecord& track) {
+std::uint32_t sampleEntrySize(const RecordedTrack& track) {
   const bool audio = isAudioTrack(track);
   switch (codecId(track)) {
     case MP4LIB_CODEC_ID_H263:
@@ -242,31 +242,31 @@ std::uint32_t sampleEntrySize(const frame::TrackRecord& track) {
   }
 }
 
-std::uint32_t stsdSize(const frame::TrackRecord& track) { return kEmptyStsdSize + sampleEntrySize(track); }
-std::uint32_t sttsSize(const frame::TrackRecord& track) { return 8 * (sttsCount(track) + 2); }
-std::uint32_t stszSize(const frame::TrackRecord& track) { return 4 * (sampleCount(track) + 5); }
-std::uint32_t stcoSize(const frame::TrackRecord& track) { return 4 * (sampleCount(track) + 4); }
+std::uint32_t stsdSize(const RecordedTrack& track) { return kEmptyStsdSize + sampleEntrySize(track); }
+std::uint32_t sttsSize(const RecordedTrack& track) { return 8 * (sttsCount(track) + 2); }
+std::uint32_t stszSize(const RecordedTrack& track) { return 4 * (sampleCount(track) + 5); }
+std::uint32_t stcoSize(const RecordedTrack& track) { return 4 * (sampleCount(track) + 4); }
 
-std::uint32_t stblSize(const frame::TrackRecord& track) {
+std::uint32_t stblSize(const RecordedTrack& track) {
   const std::uint32_t syncTable = isAudioTrack(track) ? 0 : kStssSize;
   return stsdSize(track) + sttsSize(track) + stszSize(track) + stcoSize(track) + kBoxHeaderSize + kStscSize +
          syncTable;
 }
 
-std::uint32_t minfSize(const frame::TrackRecord& track) {
+std::uint32_t minfSize(const RecordedTrack& track) {
   const std::uint32_t mediaHeader = kBoxHeaderSize + (isAudioTrack(track) ? kSmhdSize : kVmhdSize);
   return stblSize(track) + kDinfSize + mediaHeader;
 }
 
-std::uint32_t mdiaSize(const frame::TrackRecord& track) {
+std::uint32_t mdiaSize(const RecordedTrack& track) {
   return minfSize(track) + kBoxHeaderSize + kMdhdSize + kHdlrSize;
 }
 
-std::uint32_t trakSize(const frame::TrackRecord& track) { return mdiaSize(track) + kBoxHeaderSize + kTkhdSize; }
+std::uint32_t trakSize(const RecordedTrack& track) { return mdiaSize(track) + kBoxHeaderSize + kTkhdSize; }
 
-std::uint32_t moovSize(const frame::MovieContext& movie) {
+std::uint32_t moovSize(const RecordedMovie& movie) {
   std::uint32_t size = kBoxHeaderSize + kMvhdSize;
-  forEachMovieTrack(movie, [&size](const frame::TrackRecord& track) { size += trakSize(track); });
+  forEachMovieTrack(movie, [&size](const RecordedTrack& track) { size += trakSize(track); });
   return size;
 }
 
@@ -293,21 +293,21 @@ std::uint32_t writeMdatHeader(BufferedFile& file) {
   return box.done();
 }
 
-std::uint32_t writeMoov(BufferedFile& file, const frame::MovieContext& movie) {
+std::uint32_t writeMoov(BufferedFile& file, const RecordedMovie& movie) {
   const std::uint32_t size = moovSize(movie);
   BoxScope box(file, size);
   writeHeader(file, size, kBoxMoov);
   writeMvhd(file, movie);
-  forEachMovieTrack(movie, [&file](const frame::TrackRecord& track) { writeTrak(file, track); });
+  forEachMovieTrack(movie, [&file](const RecordedTrack& track) { writeTrak(file, track); });
   return box.done();
 }
 
-std::uint32_t writeMvhd(BufferedFile& file, const frame::MovieContext& movie) {
+std::uint32_t writeMvhd(BufferedFile& file, const RecordedMovie& movie) {
   BoxScope box(file, kMvhdSize);
   writeFullHeader(file, kMvhdSize, kBoxMvhd, 0);
   writeU32(file, movie.creationTime);
   writeU32(file, movie.creationTime);  // modification time
-  writeU32(file, frame::kMovieTimeScale);
+  writeU32(file, kMovieTimeScale);
   writeU32(file, movieDuration(movie));
   writeU32(file, kFixedOne);  // rate
   writeU16(file, kFullVolume);
@@ -318,7 +318,7 @@ std::uint32_t writeMvhd(BufferedFile& file, const frame::MovieContext& movie) {
   return box.done();
 }
 
-std::uint32_t writeTrak(BufferedFile& file, const frame::TrackRecord& track) {
+std::uint32_t writeTrak(BufferedFile& file, const RecordedTrack& track) {
   const std::uint32_t size = trakSize(track);
   BoxScope box(file, size);
   writeHeader(file, size, kBoxTrak);
@@ -327,7 +327,7 @@ std::uint32_t writeTrak(BufferedFile& file, const frame::TrackRecord& track) {
   return box.done();
 }
 
-std::uint32_t writeTkhd(BufferedFile& file, const frame::TrackRecord& track) {
+std::uint32_t writeTkhd(BufferedFile& file, const RecordedTrack& track) {
   const bool audio = isAudioTrack(track);
   BoxScope box(file, kTkhdSize);
   writeFullHeader(file, kTkhdSize, kBoxTkhd, kTrackEnabled);
@@ -345,7 +345,7 @@ std::uint32_t writeTkhd(BufferedFile& file, const frame::TrackRecord& track) {
   return box.done();
 }
 
-std::uint32_t writeMdia(BufferedFile& file, const frame::TrackRecord& track) {
+std::uint32_t writeMdia(BufferedFile& file, const RecordedTrack& track) {
   const std::uint32_t size = mdiaSize(track);
   BoxScope box(file, size);
   writeHeader(file, size, kBoxMdia);
@@ -355,7 +355,7 @@ std::uint32_t writeMdia(BufferedFile& file, const frame::TrackRecord& track) {
   return box.done();
 }
 
-std::uint32_t writeMdhd(BufferedFile& file, const frame::TrackRecord& track) {
+std::uint32_t writeMdhd(BufferedFile& file, const RecordedTrack& track) {
   BoxScope box(file, kMdhdSize);
   writeFullHeader(file, kMdhdSize, kBoxMdhd, 0);
   writeU32(file, track.creationTime);
@@ -367,7 +367,7 @@ std::uint32_t writeMdhd(BufferedFile& file, const frame::TrackRecord& track) {
   return box.done();
 }
 
-std::uint32_t writeHdlr(BufferedFile& file, const frame::TrackRecord& track) {
+std::uint32_t writeHdlr(BufferedFile& file, const RecordedTrack& track) {
   BoxScope box(file, kHdlrSize);
   writeFullHeader(file, kHdlrSize, kBoxHdlr, 0);
   writeU32(file, 0);  // pre-defined
@@ -377,7 +377,7 @@ std::uint32_t writeHdlr(BufferedFile& file, const frame::TrackRecord& track) {
   return box.done();
 }
 
-std::uint32_t writeMinf(BufferedFile& file, const frame::TrackRecord& track) {
+std::uint32_t writeMinf(BufferedFile& file, const RecordedTrack& track) {
   const std::uint32_t size = minfSize(track);
   BoxScope box(file, size);
   writeHeader(file, size, kBoxMinf);
@@ -416,7 +416,7 @@ std::uint32_t writeDinf(BufferedFile& file) {
   return box.done();
 }
 
-std::uint32_t writeStbl(BufferedFile& file, const frame::TrackRecord& track) {
+std::uint32_t writeStbl(BufferedFile& file, const RecordedTrack& track) {
   const std::uint32_t size = stblSize(track);
   BoxScope box(file, size);
   writeHeader(file, size, kBoxStbl);
@@ -429,7 +429,7 @@ std::uint32_t writeStbl(BufferedFile& file, const frame::TrackRecord& track) {
   return box.done();
 }
 
-std::uint32_t writeStsd(BufferedFile& file, const frame::TrackRecord& track) {
+std::uint32_t writeStsd(BufferedFile& file, const RecordedTrack& track) {
   const std::uint32_t entry = sampleEntrySize(track);
   const std::uint32_t size = stsdSize(track);
   const std::uint32_t extra = codecId(track) == MP4LIB_CODEC_ID_MPEG4V && track.dsi != nullptr ? track.dsiLength : 0;
@@ -441,7 +441,7 @@ std::uint32_t writeStsd(BufferedFile& file, const frame::TrackRecord& track) {
   return size;
 }
 
-std::uint32_t writeSampleEntry(BufferedFile& file, const frame::TrackRecord& track) {
+std::uint32_t writeSampleEntry(BufferedFile& file, const RecordedTrack& track) {
   if (sampleEntrySize(track) == 0) return 0;
   switch (codecId(track)) {
     case MP4LIB_CODEC_ID_H263:
@@ -455,7 +455,7 @@ std::uint32_t writeSampleEntry(BufferedFile& file, const frame::TrackRecord& tra
   }
 }
 
-std::uint32_t writeStts(BufferedFile& file, const frame::TrackRecord& track) {
+std::uint32_t writeStts(BufferedFile& file, const RecordedTrack& track) {
   const std::uint32_t count = sttsCount(track);
   const std::uint32_t size = sttsSize(track);
   BoxScope box(file, size);
@@ -479,7 +479,7 @@ std::uint32_t writeStsc(BufferedFile& file) {
   return box.done();
 }
 
-std::uint32_t writeStsz(BufferedFile& file, const frame::TrackRecord& track) {
+std::uint32_t writeStsz(BufferedFile& file, const RecordedTrack& track) {
   const std::uint32_t count = sampleCount(track);
   const std::uint32_t size = stszSize(track);
   BoxScope box(file, size);
@@ -490,7 +490,7 @@ std::uint32_t writeStsz(BufferedFile& file, const frame::TrackRecord& track) {
   return box.done();
 }
 
-std::uint32_t writeStco(BufferedFile& file, const frame::TrackRecord& track) {
+std::uint32_t writeStco(BufferedFile& file, const RecordedTrack& track) {
   const std::uint32_t count = sampleCount(track);
   const std::uint32_t size = stcoSize(track);
   BoxScope box(file, size);
@@ -510,4 +510,4 @@ std::uint32_t writeStss(BufferedFile& file) {
   return box.done();
 }
 
-}  // namespace mp4lib::writer
+}  // namespace mp4lib::container

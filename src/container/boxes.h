@@ -9,25 +9,25 @@
 
 #include <cstdint>
 
-#include "frame/movie_context.h"
-#include "writer/buffered_file.h"
+#include "container/buffered_file.h"
+#include "container/recorded_movie.h"
 
-namespace mp4lib::writer {
+namespace mp4lib::container {
 
 // ---- Sizes, bytes -----------------------------------------------------------
-std::uint32_t sampleEntrySize(const frame::TrackRecord& track);  // 0 for an unknown codec
-std::uint32_t stsdSize(const frame::TrackRecord& track);
-std::uint32_t sttsSize(const frame::TrackRecord& track);
-std::uint32_t stszSize(const frame::TrackRecord& track);
-std::uint32_t stcoSize(const frame::TrackRecord& track);
-std::uint32_t stblSize(const frame::TrackRecord& track);
-std::uint32_t minfSize(const frame::TrackRecord& track);
-std::uint32_t mdiaSize(const frame::TrackRecord& track);
-std::uint32_t trakSize(const frame::TrackRecord& track);
-std::uint32_t moovSize(const frame::MovieContext& movie);
+std::uint32_t sampleEntrySize(const RecordedTrack& track);  // 0 for an unknown codec
+std::uint32_t stsdSize(const RecordedTrack& track);
+std::uint32_t sttsSize(const RecordedTrack& track);
+std::uint32_t stszSize(const RecordedTrack& track);
+std::uint32_t stcoSize(const RecordedTrack& track);
+std::uint32_t stblSize(const RecordedTrack& track);
+std::uint32_t minfSize(const RecordedTrack& track);
+std::uint32_t mdiaSize(const RecordedTrack& track);
+std::uint32_t trakSize(const RecordedTrack& track);
+std::uint32_t moovSize(const RecordedMovie& movie);
 
-bool isAudioTrack(const frame::TrackRecord& track);
-bool trackHoldsSamples(const frame::TrackRecord& track);
+bool isAudioTrack(const RecordedTrack& track);
+bool trackHoldsSamples(const RecordedTrack& track);
 
 // The four bytes of a descriptor length: 0x80 | bits 24-30, 0x80 | bits
 // 16-22, 0x80 | bits 8-14, bits 0-6. Each byte takes seven bits of its own
@@ -41,24 +41,24 @@ std::uint32_t writeVendorBox(BufferedFile& file, const std::uint8_t (&payload)[6
 std::uint32_t writeMdatHeader(BufferedFile& file);  // size 0 until the file is closed
 
 // ---- Movie box tree -------------------------------------------------------------
-std::uint32_t writeMoov(BufferedFile& file, const frame::MovieContext& movie);
-std::uint32_t writeMvhd(BufferedFile& file, const frame::MovieContext& movie);
-std::uint32_t writeTrak(BufferedFile& file, const frame::TrackRecord& track);
-std::uint32_t writeTkhd(BufferedFile& file, const frame::TrackRecord& track);
-std::uint32_t writeMdia(BufferedFile& file, const frame::TrackRecord& track);
-std::uint32_t writeMdhd(BufferedFile& file, const frame::TrackRecord& track);
-std::uint32_t writeHdlr(BufferedFile& file, const frame::TrackRecord& track);
-std::uint32_t writeMinf(BufferedFile& file, const frame::TrackRecord& track);
+std::uint32_t writeMoov(BufferedFile& file, const RecordedMovie& movie);
+std::uint32_t writeMvhd(BufferedFile& file, const RecordedMovie& movie);
+std::uint32_t writeTrak(BufferedFile& file, const RecordedTrack& track);
+std::uint32_t writeTkhd(BufferedFile& file, const RecordedTrack& track);
+std::uint32_t writeMdia(BufferedFile& file, const RecordedTrack& track);
+std::uint32_t writeMdhd(BufferedFile& file, const RecordedTrack& track);
+std::uint32_t writeHdlr(BufferedFile& file, const RecordedTrack& track);
+std::uint32_t writeMinf(BufferedFile& file, const RecordedTrack& track);
 std::uint32_t writeVmhd(BufferedFile& file);
 std::uint32_t writeSmhd(BufferedFile& file);
 std::uint32_t writeDinf(BufferedFile& file);
-std::uint32_t writeStbl(BufferedFile& file, const frame::TrackRecord& track);
-std::uint32_t writeStsd(BufferedFile& file, const frame::TrackRecord& track);
-std::uint32_t writeSampleEntry(BufferedFile& file, const frame::TrackRecord& track);
-std::uint32_t writeStts(BufferedFile& file, const frame::TrackRecord& track);
+std::uint32_t writeStbl(BufferedFile& file, const RecordedTrack& track);
+std::uint32_t writeStsd(BufferedFile& file, const RecordedTrack& track);
+std::uint32_t writeSampleEntry(BufferedFile& file, const RecordedTrack& track);
+std::uint32_t writeStts(BufferedFile& file, const RecordedTrack& track);
 std::uint32_t writeStsc(BufferedFile& file);
-std::uint32_t writeStsz(BufferedFile& file, const frame::TrackRecord& track);
-std::uint32_t writeStco(BufferedFile& file, const frame::TrackRecord& track);
+std::uint32_t writeStsz(BufferedFile& file, const RecordedTrack& track);
+std::uint32_t writeStco(BufferedFile& file, const RecordedTrack& track);
 std::uint32_t writeStss(BufferedFile& file);
 
-}  // namespace mp4lib::writer
+}  // namespace mp4lib::container

@@ -1,31 +1,21 @@
-#include "writer/buffered_file.h"
+#include "container/buffered_file.h"
 
 #include <climits>
 #include <cstring>
 
 #include "platform/platform.h"
 
-namespace mp4lib::writer {
+namespace mp4lib::container {
 
 namespace {
 
-std::size_t standardWrite(const void* data, std::size_t length, std::FILE* file) {
-  return std::fwrite(data, 1, length, file);
-}
-
-std::atomic<RawWrite> rawWriter{standardWrite};
-
-// Woken whenever a background write finishes. Never destroyed: a detached
-// writer thread may still be on its way out of it when the process ends.
-platform::Signal& slotIdle() {
-  static platform::Signal* const signal = new platform::Signal;
-  return *signal;
-}
+// Woken whenever a background write finishes.
+platform::Signal& slotIdle() { return platform::detachedWorkSignal(); }
 
 bool writeOut(const void* data, std::size_t length, std::FILE* file) {
   if (length == 0) return true;
   if (file == nullptr) return false;
-  return rawWriter.load()(data, length, file) == length;
+  return platform::writeFile(data, length, file) == length;
 }
 
 FileBuffer& otherSlot(BufferedFile& record, FileBuffer& slot) {
@@ -156,10 +146,6 @@ void openSlot(FileBuffer& slot, std::uint8_t* buffer, std::FILE* file) {
   slot.busy.store(0);
 }
 
-alignas(16) std::uint8_t bufferA[kFileBufferBytes];
-alignas(16) std::uint8_t bufferB[kFileBufferBytes];
-BufferedFile libraryRecord;
-
 }  // namespace
 
 void openBufferedFile(BufferedFile& record, std::uint8_t* bufferA, std::uint8_t* bufferB, std::uint32_t capacity,
@@ -193,11 +179,9 @@ void waitIdle(BufferedFile& record) {
   waitUntilSlotIdle(record, record.slotB);
 }
 
-BufferedFile& movieFile() { return libraryRecord; }
-
-void openMovieFile(std::FILE* file, std::uint32_t writeMode) {
-  if (libraryRecord.current != nullptr) waitIdle(libraryRecord);
-  openBufferedFile(libraryRecord, bufferA, bufferB, kFileBufferBytes, writeMode, file);
+void reopenBufferedFile(BufferedFile& record, FileBuffers& buffers, std::uint32_t writeMode, std::FILE* file) {
+  if (record.current != nullptr) waitIdle(record);
+  openBufferedFile(record, buffers.a, buffers.b, kFileBufferBytes, writeMode, file);
 }
 
 int writeU8(BufferedFile& file, std::uint8_t value) { return file.write(file, &value, 1); }
@@ -233,6 +217,4 @@ int writeFill(BufferedFile& file, std::uint8_t value, std::uint32_t count) {
 
 int writeBlock(BufferedFile& file, const void* data, std::uint32_t length) { return file.write(file, data, length); }
 
-void setRawWriteForTesting(RawWrite rawWrite) { rawWriter.store(rawWrite != nullptr ? rawWrite : standardWrite); }
-
-}  // namespace mp4lib::writer
+}  // namespace mp4lib::container

@@ -1,6 +1,4 @@
-// The double-buffered file every recorded byte goes through, and the one
-// record of it the library owns (opened in write mode by the recorder and in
-// read mode by the player).
+// The double-buffered file every recorded byte goes through.
 //
 // Writes are copied into the current 64 KiB buffer. When a write would fill
 // it, the full buffer is handed to a short-lived background thread that
@@ -15,7 +13,7 @@
 #include <cstdint>
 #include <cstdio>
 
-namespace mp4lib::writer {
+namespace mp4lib::container {
 
 // Size of each of the two buffers and the threshold for direct writes, bytes.
 constexpr std::uint32_t kFileBufferBytes = 0x10000;
@@ -68,11 +66,14 @@ void openBufferedFile(BufferedFile& record, std::uint8_t* bufferA, std::uint8_t*
 // Returns once no background write of this record is in flight.
 void waitIdle(BufferedFile& record);
 
-// The library's one file record and its two static 64 KiB buffers.
-BufferedFile& movieFile();
-// Opens movieFile() on `file` with the static buffers (waits for any
-// background write of the previous file first).
-void openMovieFile(std::FILE* file, std::uint32_t writeMode);
+// The two buffers of a record, kFileBufferBytes each.
+struct FileBuffers {
+  alignas(16) std::uint8_t a[kFileBufferBytes];
+  alignas(16) std::uint8_t b[kFileBufferBytes];
+};
+// Opens `record` on `file` with `buffers` at their full size, after any
+// background write of the file it had before has finished.
+void reopenBufferedFile(BufferedFile& record, FileBuffers& buffers, std::uint32_t writeMode, std::FILE* file);
 
 // ---- Field writers: each goes through the write hook and returns its result.
 int writeU8(BufferedFile& file, std::uint8_t value);
@@ -82,11 +83,4 @@ int writeString(BufferedFile& file, const char* text);  // without the terminato
 int writeFill(BufferedFile& file, std::uint8_t value, std::uint32_t count);
 int writeBlock(BufferedFile& file, const void* data, std::uint32_t length);
 
-// ---- Test seam ------------------------------------------------------------
-// Every byte the record sends to a file goes through this function (fwrite
-// semantics: returns the bytes written). Tests install a slow or failing
-// one; null restores fwrite.
-using RawWrite = std::size_t (*)(const void* data, std::size_t length, std::FILE* file);
-void setRawWriteForTesting(RawWrite rawWrite);
-
-}  // namespace mp4lib::writer
+}  // namespace mp4lib::container

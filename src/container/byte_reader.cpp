@@ -1,10 +1,10 @@
-#include "reader/byte_reader.h"
+#include "container/byte_reader.h"
 
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 
-namespace mp4lib::reader {
+namespace mp4lib::container {
 
 namespace {
 
@@ -83,7 +83,7 @@ void closeInput(InputFile& file) {
   file = InputFile{};
 }
 
-void setHooks(InputFile& file, SeekHook seek, TellHook tell) {
+void setHooks(InputFile& file, InputSeekHook seek, InputTellHook tell) {
   // Hand the stream over where the reader stands, so that direct reads go
   // on from there.
   if (!hooked(file) && file.stream != nullptr) {
@@ -183,13 +183,6 @@ std::uint64_t readBE64(InputFile& file) {
   return (high << 32) | readBE32(file);
 }
 
-std::uint32_t readLE32(InputFile& file) {
-  std::uint32_t value = readByte(file);
-  value |= readByte(file) << 8;
-  value |= readByte(file) << 16;
-  return value | (readByte(file) << 24);
-}
-
 std::uint32_t readDescriptorLength(InputFile& file) {
   std::uint32_t value = 0;
   for (int taken = 0; taken < 4; ++taken) {
@@ -244,4 +237,4 @@ std::int64_t fileLength(InputFile& file) {
 
 std::FILE* streamOf(const InputFile& file) { return file.stream; }
 
-}  // namespace mp4lib::reader
+}  // namespace mp4lib::container

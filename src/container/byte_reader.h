@@ -1,9 +1,8 @@
 // The input side of the movie reader: a small record around the open file
 // through which every box handler and every sample read fetches bytes.
 //
-// Integers in boxes are big-endian; box types are read little-endian so that
-// a four-character code equals the word whose bytes in memory are its
-// characters in file order. Reads past the end give zero bytes (single
+// Integers in boxes are big-endian, and so are box types: a type read as a
+// big-endian word is its fourcc(). Reads past the end give zero bytes (single
 // values) or 0 (blocks); seeks report the position asked for, whatever
 // happened. Callers notice trouble through atEnd, a zero block result or the
 // sizes they parse.
@@ -20,21 +19,21 @@
 #include <cstdint>
 #include <cstdio>
 
-namespace mp4lib::reader {
+namespace mp4lib::container {
 
 struct InputFile;
 
 // Seek to a position given as low and high 32-bit halves; whence as fseek
 // (0 start, 1 current, 2 end). The result is not looked at.
-using SeekHook = std::int32_t (*)(InputFile* file, std::uint32_t low, std::uint32_t high, std::int32_t whence);
-using TellHook = std::int64_t (*)(InputFile* file);
+using InputSeekHook = std::int32_t (*)(InputFile* file, std::uint32_t low, std::uint32_t high, std::int32_t whence);
+using InputTellHook = std::int64_t (*)(InputFile* file);
 
 constexpr std::uint32_t kReadWindowBytes = 64 * 1024;
 
 struct InputFile {
   std::FILE* stream = nullptr;
-  SeekHook seekHook = nullptr;
-  TellHook tellHook = nullptr;
+  InputSeekHook seekHook = nullptr;
+  InputTellHook tellHook = nullptr;
   std::int32_t hookFlag = 0;  // 0: stream and read-ahead window; nonzero: hooks
   void* hookData = nullptr;   // for the hooks' own use
 
@@ -54,7 +53,7 @@ bool openInput(InputFile& file, std::FILE* stream);
 // Closes the stream and frees the window; the record is cleared.
 void closeInput(InputFile& file);
 // Installs (or, with nulls, removes) the seek and tell hooks.
-void setHooks(InputFile& file, SeekHook seek, TellHook tell);
+void setHooks(InputFile& file, InputSeekHook seek, InputTellHook tell);
 
 std::uint32_t readByte(InputFile& file);
 // n bytes into buffer: n when all arrived, else 0 (a short read is a failure
@@ -63,7 +62,6 @@ std::int32_t readBlock(InputFile& file, void* buffer, std::uint32_t n);
 std::uint32_t readBE16(InputFile& file);
 std::uint32_t readBE24(InputFile& file);
 std::uint64_t readBE64(InputFile& file);
-std::uint32_t readLE32(InputFile& file);
 // Descriptor length: up to four bytes of seven bits each, while bit 7 is set.
 std::uint32_t readDescriptorLength(InputFile& file);
 
@@ -91,4 +89,4 @@ inline std::uint32_t readBE32(InputFile& file) {
   return detail::readBE32Slow(file);
 }
 
-}  // namespace mp4lib::reader
+}  // namespace mp4lib::container

@@ -3,22 +3,12 @@
 #include <cstdio>
 #include <cstring>
 
-#include "reader/box_handlers.h"
-#include "reader/box_table.h"
+#include "container/box_handlers.h"
+#include "container/box_table.h"
 
-namespace mp4lib::reader {
+namespace mp4lib::container {
 
 namespace {
-
-std::uint32_t bigEndianWord(const std::uint8_t* p) {
-  return (std::uint32_t{p[0]} << 24) | (std::uint32_t{p[1]} << 16) | (std::uint32_t{p[2]} << 8) | p[3];
-}
-
-std::uint32_t hostWord(const std::uint8_t* p) {
-  std::uint32_t word = 0;
-  std::memcpy(&word, p, sizeof word);
-  return word;
-}
 
 // Words 0 (magic), 4 and 5 (width, height) stay in the block only.
 void copyVendorWords(const std::uint32_t* words, MovieParams& params) {
@@ -51,7 +41,7 @@ std::int32_t readMovie(ParseContext& context, std::uint32_t type, std::int64_t o
 
 std::int32_t readMediaData(ParseContext& context, std::uint32_t, std::int64_t offset, std::int64_t size) {
   if (size == 0) return -1;
-  frame::MovieContext& movie = context.movie;
+  MovieContext& movie = context.movie;
   movie.mdatSeen = 1;
   movie.mdatPayloadSize = static_cast<std::uint64_t>(size);
   movie.mdatOffset = static_cast<std::uint64_t>(offset);
@@ -63,7 +53,7 @@ std::int32_t readMediaData(ParseContext& context, std::uint32_t, std::int64_t of
 
 std::int32_t readMovieHeader(ParseContext& context, std::uint32_t, std::int64_t, std::int64_t) {
   InputFile& in = context.in;
-  frame::MovieContext& movie = context.movie;
+  MovieContext& movie = context.movie;
   skipInput(in, 4);  // version and flags
   movie.creationTime = readBE32(in);
   skipInput(in, 4);  // modification time
@@ -81,8 +71,7 @@ std::int32_t readVendorBlock(ParseContext& context, std::uint32_t, std::int64_t,
   std::uint8_t raw[kVendorPayloadBytes];
   if (readBlock(context.in, raw, 48) == 0 || readBlock(context.in, raw + 48, 16) == 0) return 0;
   std::memcpy(vendor.raw, raw, sizeof raw);
-  for (int i = 0; i < 12; ++i) vendor.words[i] = bigEndianWord(raw + 4 * i);
-  for (int i = 12; i < 16; ++i) vendor.words[i] = hostWord(raw + 4 * i);
+  decodeVendorPayload(vendor.raw, vendor.words);
   vendor.seen = true;
   copyVendorWords(vendor.words, context.params);
   return 0;
@@ -95,10 +84,10 @@ std::int32_t readWideWrapper(ParseContext& context, std::uint32_t, std::int64_t 
     skipInput(in, size - 4);
     return 0;
   }
-  const std::uint32_t type = readLE32(in);
-  if (type == boxType("mdat")) return readMediaData(context, type, offset + 8, size - 8);
+  const std::uint32_t type = readBE32(in);
+  if (type == fourcc("mdat")) return readMediaData(context, type, offset + 8, size - 8);
   skipInput(in, size - 8);
   return 0;
 }
 
-}  // namespace mp4lib::reader
+}  // namespace mp4lib::container

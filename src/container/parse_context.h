@@ -5,19 +5,17 @@
 
 #include <cstdint>
 
-#include "frame/movie_context.h"
+#include "container/byte_reader.h"
+#include "container/movie_context.h"
+#include "container/vendor_payload.h"
 #include "mp4lib_plugin.h"
-#include "reader/byte_reader.h"
 
-namespace mp4lib::reader {
-
-// The 64-byte payload of the vendor header box "kelv".
-constexpr std::uint32_t kVendorPayloadBytes = 64;
+namespace mp4lib::container {
 
 struct VendorBlock {
   bool seen = false;
-  std::uint8_t raw[kVendorPayloadBytes] = {};  // as stored: twelve big-endian words, four host-order words
-  std::uint32_t words[16] = {};                // the first twelve converted from big-endian, the rest as stored
+  std::uint8_t raw[kVendorPayloadBytes] = {};  // as stored
+  std::uint32_t words[kVendorWords] = {};      // decoded
 };
 
 // Set while sample descriptions are read; decoder set-up reads them.
@@ -30,7 +28,7 @@ struct ParseFindings {
 };
 
 struct ParseContext {
-  frame::MovieContext& movie;
+  MovieContext& movie;
   MovieParams& params;
   InputFile& in;
   ParseFindings& findings;
@@ -40,10 +38,10 @@ struct ParseContext {
 
 // The track whose boxes are being read, or null outside any "trak" (boxes
 // out of place are then read through without effect).
-frame::TrackRecord* currentTrack(ParseContext& context);
+TrackRecord* currentTrack(ParseContext& context);
 
 // Bytes that a table starting at `position` can really hold: what is left of
 // its box and of the file, whichever is less (0 when none).
 std::int64_t bytesAvailable(const ParseContext& context, std::int64_t position, std::int64_t boxEnd);
 
-}  // namespace mp4lib::reader
+}  // namespace mp4lib::container

@@ -1,9 +1,9 @@
-#include "frame/track_tables.h"
+#include "container/recorded_tables.h"
 
 #include <cstdlib>
 #include <cstring>
 
-namespace mp4lib::frame {
+namespace mp4lib::container {
 
 namespace {
 
@@ -29,15 +29,15 @@ std::int64_t countOf(std::int32_t count) { return count > 0 ? count : 0; }
 
 }  // namespace
 
-bool reserveSamples(TrackRecord& track, std::int32_t more) {
+bool reserveSamples(RecordedTrack& track, std::int32_t more) {
   return growTable(track.samples, track.sampleCapacity, countOf(track.sampleCount) + more, kSampleTableGrowth);
 }
 
-bool reserveTimeEntries(TrackRecord& track, std::int32_t more) {
+bool reserveTimeEntries(RecordedTrack& track, std::int32_t more) {
   return growTable(track.stts, track.sttsCapacity, countOf(track.sttsCount) + more, kTimeTableGrowth);
 }
 
-void appendSample(TrackRecord& track, std::uint32_t offset, std::uint32_t size) {
+void appendSample(RecordedTrack& track, std::uint32_t offset, std::uint32_t size) {
   SampleEntry& entry = track.samples[track.sampleCount++];
   entry = SampleEntry{};
   entry.offset = offset;
@@ -45,7 +45,7 @@ void appendSample(TrackRecord& track, std::uint32_t offset, std::uint32_t size) 
   track.totalSampleBytes += size;
 }
 
-void appendTimeEntry(TrackRecord& track, std::uint32_t count, std::uint32_t delta) {
+void appendTimeEntry(RecordedTrack& track, std::uint32_t count, std::uint32_t delta) {
   TimeToSampleEntry& entry = track.stts[track.sttsCount++];
   entry = TimeToSampleEntry{};
   entry.sampleCount = count;
@@ -65,4 +65,4 @@ void spreadTimeToSampleDelta(TimeToSampleEntry* entries, std::int32_t count, std
   }
 }
 
-}  // namespace mp4lib::frame
+}  // namespace mp4lib::container

@@ -6,9 +6,9 @@
 
 #include <cstdint>
 
-#include "frame/movie_context.h"
+#include "container/recorded_movie.h"
 
-namespace mp4lib::frame {
+namespace mp4lib::container {
 
 constexpr std::int32_t kSampleTableGrowth = 16384;  // entries
 constexpr std::int32_t kTimeTableGrowth = 100;      // entries
@@ -18,14 +18,14 @@ constexpr std::int32_t kMaxTableEntries = 1 << 26;
 
 // Makes room for `more` further samples. False when the table is at its
 // limit or memory ran out.
-bool reserveSamples(TrackRecord& track, std::int32_t more);
+bool reserveSamples(RecordedTrack& track, std::int32_t more);
 // Makes room for `more` further timing entries.
-bool reserveTimeEntries(TrackRecord& track, std::int32_t more);
+bool reserveTimeEntries(RecordedTrack& track, std::int32_t more);
 
 // Appends a sample; room must have been reserved.
-void appendSample(TrackRecord& track, std::uint32_t offset, std::uint32_t size);
+void appendSample(RecordedTrack& track, std::uint32_t offset, std::uint32_t size);
 // Appends a timing entry {count, delta}; room must have been reserved.
-void appendTimeEntry(TrackRecord& track, std::uint32_t count, std::uint32_t delta);
+void appendTimeEntry(RecordedTrack& track, std::uint32_t count, std::uint32_t delta);
 
 // Spreads a new delta over the run of zero-delta entries at the end of the
 // table: with k such entries each gets delta / (k + 1) (unsigned) and
@@ -33,4 +33,4 @@ void appendTimeEntry(TrackRecord& track, std::uint32_t count, std::uint32_t delt
 // 33, 33, 33 and 34 remains.
 void spreadTimeToSampleDelta(TimeToSampleEntry* entries, std::int32_t count, std::uint32_t* delta);
 
-}  // namespace mp4lib::frame
+}  // namespace mp4lib::container

@@ -5,17 +5,15 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "codecs/codec_types.h"
-#include "reader/box_handlers.h"
-#include "reader/box_table.h"
+#include "container/box_handlers.h"
+#include "container/box_table.h"
+#include "container/codec_table.h"
 
-namespace mp4lib::reader {
+namespace mp4lib::container {
 
 namespace {
 
-constexpr std::int32_t kKindVideo = 0;
-constexpr std::int32_t kKindAudio = 1;
-constexpr std::int32_t kAmrId = 63;
+// 8-bit "twos" PCM gets an id of its own.
 constexpr std::int32_t kTwosEightBitId = 53;
 
 // Bytes of a sample entry read before its own fields: size, tag, 6 reserved
@@ -38,7 +36,7 @@ void describeVideo(ParseContext& context, CodecDescriptor& codec, std::int32_t i
                    std::int64_t entrySize) {
   InputFile& in = context.in;
   context.findings.videoPresent = true;
-  context.findings.videoCodecCode = codecs::videoCodecTypeForId(id);
+  context.findings.videoCodecCode = videoCodecTypeForId(id);
   codec.codecId = id;
   skipInput(in, 16);  // version, revision, vendor, temporal and spatial quality
   codec.width = readBE16(in);
@@ -72,8 +70,8 @@ void describeSound(ParseContext& context, CodecDescriptor& codec, std::int64_t e
   codec.bitsPerSample = readBE16(in);
   skipInput(in, 2 + 2);             // compression id, packet size
   codec.sampleRate = readBE32(in) >> 16;  // 16.16 Hz, integer part
-  if (tag == boxType("twos") && codec.bitsPerSample == 8) codec.codecId = kTwosEightBitId;
-  if (tag == boxType("twos") || tag == boxType("raw ")) codec.bitRate = codec.sampleRate * 8;
+  if (tag == fourcc("twos") && codec.bitsPerSample == 8) codec.codecId = kTwosEightBitId;
+  if (tag == fourcc("twos") || tag == fourcc("raw ")) codec.bitRate = codec.sampleRate * 8;
   // A version 1 entry carries four more words before its codec boxes;
   // "mp4a" entries of version 0 have their "esds" right after the fields.
   if (version == 1 && entrySize >= kSoundEntryV1Bytes) {
@@ -81,7 +79,7 @@ void describeSound(ParseContext& context, CodecDescriptor& codec, std::int64_t e
     // The children's size is 8 bytes short of the entry's rest (size - 60);
     // a child's own size still carries it to its end.
     if (entrySize >= kSoundEntryV1Bytes + 1) parseEntryBoxes(context, tag, entryStart + kSoundEntryV1Bytes, entrySize - 60);
-  } else if (tag == boxType("mp4a")) {
+  } else if (tag == fourcc("mp4a")) {
     parseEntryBoxes(context, tag, entryStart + kSoundEntryBytes, entrySize - kSoundEntryBytes);
   } else {
     skipInput(in, entrySize - kSoundEntryBytes);
@@ -90,11 +88,11 @@ void describeSound(ParseContext& context, CodecDescriptor& codec, std::int64_t e
 
 void describeAudio(ParseContext& context, CodecDescriptor& codec, std::int32_t id, std::int64_t entryStart,
                    std::int64_t entrySize) {
-  codec.kind = kKindAudio;
+  codec.kind = MP4LIB_KIND_AUDIO;
   codec.codecId = id;
   context.findings.audioPresent = true;
-  context.findings.audioCodecCode = codecs::audioCodecTypeForId(id);
-  if (id == kAmrId) {
+  context.findings.audioCodecCode = audioCodecTypeForId(id);
+  if (id == MP4LIB_CODEC_ID_AMR) {
     describeAmr(context.in, codec);
   } else if (entrySize >= kSoundEntryBytes) {
     describeSound(context, codec, entryStart, entrySize);
@@ -106,7 +104,7 @@ void describeEntry(ParseContext& context, CodecDescriptor& codec, std::int64_t e
   const std::int32_t videoId = videoCodecIdForTag(tag);
   if (videoId != 0) {
     codec.kind = codecKindForId(videoId);
-    if (codec.kind == kKindVideo) {
+    if (codec.kind == MP4LIB_KIND_VIDEO) {
       describeVideo(context, codec, videoId, entryStart, entrySize);
       return;
     }
@@ -117,13 +115,13 @@ void describeEntry(ParseContext& context, CodecDescriptor& codec, std::int64_t e
     return;
   }
   skipInput(context.in, entrySize - kEntryHeaderBytes);
-  if (tag == boxType("mp4s")) context.movie.countedName = 1;
+  if (tag == fourcc("mp4s")) context.movie.countedName = 1;
 }
 
 }  // namespace
 
 std::int32_t readSampleDescription(ParseContext& context, std::uint32_t, std::int64_t offset, std::int64_t size) {
-  frame::TrackRecord* track = currentTrack(context);
+  TrackRecord* track = currentTrack(context);
   if (track == nullptr || track->codec == nullptr) return 0;
   InputFile& in = context.in;
   skipInput(in, 4);  // version and flags
@@ -134,7 +132,7 @@ std::int32_t readSampleDescription(ParseContext& context, std::uint32_t, std::in
   for (std::uint32_t i = 0; i < count && entryStart + kEntryHeaderBytes <= end && !atEnd(in); ++i) {
     if (tellInput(in) != entryStart) seekInput(in, entryStart, SEEK_SET);
     const std::int64_t entrySize = readBE32(in);
-    track->codec->codecTag = readLE32(in);
+    track->codec->codecTag = readBE32(in);
     skipInput(in, 8);  // reserved, data reference index
     if (entrySize < kEntryHeaderBytes) break;
     describeEntry(context, *track->codec, entryStart, entrySize);
@@ -146,7 +144,7 @@ std::int32_t readSampleDescription(ParseContext& context, std::uint32_t, std::in
 std::int32_t readElementaryStreamDescriptor(ParseContext& context, std::uint32_t, std::int64_t offset,
                                             std::int64_t size) {
   InputFile& in = context.in;
-  frame::TrackRecord* track = currentTrack(context);
+  TrackRecord* track = currentTrack(context);
   const std::int64_t end = offset + size;
   skipInput(in, 4);  // version and flags
   bool go = track != nullptr;
@@ -188,7 +186,7 @@ std::int32_t readElementaryStreamDescriptor(ParseContext& context, std::uint32_t
 
 std::int32_t readSvq3Extension(ParseContext& context, std::uint32_t type, std::int64_t offset, std::int64_t size) {
   constexpr std::int64_t kHeaderRoom = 90;  // bytes kept in front of the payload
-  frame::TrackRecord* track = currentTrack(context);
+  TrackRecord* track = currentTrack(context);
   if (track == nullptr || track->codec == nullptr || size > bytesAvailable(context, offset, offset + size) ||
       size > 0x7FFFFFFF - kHeaderRoom) {
     return skipPayload(context, type, offset, size);
@@ -204,4 +202,4 @@ std::int32_t readSvq3Extension(ParseContext& context, std::uint32_t type, std::i
   return 0;
 }
 
-}  // namespace mp4lib::reader
+}  // namespace mp4lib::container

@@ -1,13 +1,13 @@
 // Handlers of the four sample tables and the completion of the entry array.
-#include "reader/sample_index.h"
+#include "container/sample_tables.h"
 
 #include <algorithm>
 #include <cstdlib>
 
-#include "reader/box_handlers.h"
-#include "reader/box_table.h"
+#include "container/box_handlers.h"
+#include "container/box_table.h"
 
-namespace mp4lib::reader {
+namespace mp4lib::container {
 
 namespace {
 
@@ -20,7 +20,7 @@ std::int64_t tableRoom(const ParseContext& context, std::int64_t offset, std::in
   return bytesAvailable(context, start, offset + size);
 }
 
-std::int32_t entryLimit(const frame::TrackRecord& track) {
+std::int32_t entryLimit(const TrackRecord& track) {
   return std::max(0, std::min(track.sampleCount, track.sampleCapacity));
 }
 
@@ -35,7 +35,7 @@ struct ChunkRange {
   std::int64_t last;
 };
 
-ChunkRange chunksOfRun(const frame::TrackRecord& track, std::int32_t run) {
+ChunkRange chunksOfRun(const TrackRecord& track, std::int32_t run) {
   const std::int64_t first = track.stscRuns[run].firstChunk;
   const std::int64_t next =
       run + 1 < track.stscRunCount ? std::int64_t{track.stscRuns[run + 1].firstChunk} : std::int64_t{track.chunkCount} + 1;
@@ -44,7 +44,7 @@ ChunkRange chunksOfRun(const frame::TrackRecord& track, std::int32_t run) {
 
 // Constant-size track: one entry per chunk, sized samples-per-chunk times
 // the constant size.
-void fillChunkEntries(frame::TrackRecord& track) {
+void fillChunkEntries(TrackRecord& track) {
   const std::int32_t count = std::min(entryLimit(track), track.chunkCount);
   for (std::int32_t i = 0; i < count; ++i) track.samples[i].offset = track.chunkOffsets[i];
   for (std::int32_t run = 0; run < track.stscRunCount; ++run) {
@@ -58,7 +58,7 @@ void fillChunkEntries(frame::TrackRecord& track) {
 
 // Places the samples of one chunk from entry *next on: the first at the
 // chunk's offset, each further one right after the one before it.
-void placeChunk(frame::TrackRecord& track, std::int32_t chunkIndex, std::uint32_t samplesPerChunk, std::int32_t* next) {
+void placeChunk(TrackRecord& track, std::int32_t chunkIndex, std::uint32_t samplesPerChunk, std::int32_t* next) {
   const std::int32_t limit = entryLimit(track);
   for (std::uint32_t k = 0; k < samplesPerChunk && *next < limit; ++k, ++*next) {
     SampleEntry& entry = track.samples[*next];
@@ -75,7 +75,7 @@ void placeChunk(frame::TrackRecord& track, std::int32_t chunkIndex, std::uint32_
 // last is expanded chunk by chunk; the last run only for its first chunk, so
 // later chunks of a long last run leave their samples at offset 0. Files
 // are read this way on purpose; keep it.
-void expandChunks(frame::TrackRecord& track) {
+void expandChunks(TrackRecord& track) {
   std::int32_t next = 0;
   const std::int32_t limit = entryLimit(track);
   for (std::int32_t run = 0; run + 1 < track.stscRunCount && next < limit; ++run) {
@@ -84,7 +84,7 @@ void expandChunks(frame::TrackRecord& track) {
       placeChunk(track, static_cast<std::int32_t>(chunk - 1), track.stscRuns[run].samplesPerChunk, &next);
     }
   }
-  const frame::SampleToChunkRun& last = track.stscRuns[track.stscRunCount - 1];
+  const SampleToChunkRun& last = track.stscRuns[track.stscRunCount - 1];
   if (last.firstChunk >= 1 && last.firstChunk <= static_cast<std::uint32_t>(track.chunkCount)) {
     placeChunk(track, static_cast<std::int32_t>(last.firstChunk - 1), last.samplesPerChunk, &next);
   }
@@ -92,7 +92,7 @@ void expandChunks(frame::TrackRecord& track) {
 
 // Variable-size track with as many chunks as samples: offsets go straight
 // into the entries, the run stepping on after every chunk.
-void placeChunkPerSample(frame::TrackRecord& track) {
+void placeChunkPerSample(TrackRecord& track) {
   const std::int32_t limit = entryLimit(track);
   std::int32_t next = 0;
   std::int32_t run = 0;
@@ -108,14 +108,14 @@ void placeChunkPerSample(frame::TrackRecord& track) {
   }
 }
 
-void dropChunkOffsets(frame::TrackRecord& track) {
+void dropChunkOffsets(TrackRecord& track) {
   std::free(track.chunkOffsets);
   track.chunkOffsets = nullptr;
 }
 
 }  // namespace
 
-void completeSampleEntries(frame::TrackRecord& track) {
+void completeSampleEntries(TrackRecord& track) {
   if (track.samples == nullptr || track.chunkOffsets == nullptr) return;
   if (track.constantSize) {
     fillChunkEntries(track);
@@ -130,7 +130,7 @@ void completeSampleEntries(frame::TrackRecord& track) {
 }
 
 std::int32_t readSampleSizes(ParseContext& context, std::uint32_t, std::int64_t offset, std::int64_t size) {
-  frame::TrackRecord* track = currentTrack(context);
+  TrackRecord* track = currentTrack(context);
   if (track == nullptr) return 0;
   // Sizes must come before chunk offsets (and come once): entries already
   // laid out from chunk offsets cannot take a size table afterwards.
@@ -156,14 +156,14 @@ std::int32_t readSampleSizes(ParseContext& context, std::uint32_t, std::int64_t 
 }
 
 std::int32_t readDecodingTimes(ParseContext& context, std::uint32_t, std::int64_t offset, std::int64_t size) {
-  frame::TrackRecord* track = currentTrack(context);
+  TrackRecord* track = currentTrack(context);
   if (track == nullptr) return 0;
   InputFile& in = context.in;
   skipInput(in, kFullBoxHeader);
   const auto count = static_cast<std::int32_t>(readBE32(in));
   // A count the box cannot hold leaves the track without a time table.
   if (count < 1 || std::int64_t{count} * 8 > tableRoom(context, offset, size, 4)) return 0;
-  auto* runs = static_cast<frame::TimeRun*>(std::malloc(static_cast<std::size_t>(count) * sizeof(frame::TimeRun)));
+  auto* runs = static_cast<TimeRun*>(std::malloc(static_cast<std::size_t>(count) * sizeof(TimeRun)));
   if (runs == nullptr) return 0;
   std::free(track->timeRuns);
   track->timeRuns = runs;
@@ -181,14 +181,14 @@ std::int32_t readDecodingTimes(ParseContext& context, std::uint32_t, std::int64_
 }
 
 std::int32_t readSampleToChunk(ParseContext& context, std::uint32_t, std::int64_t offset, std::int64_t size) {
-  frame::TrackRecord* track = currentTrack(context);
+  TrackRecord* track = currentTrack(context);
   if (track == nullptr) return 0;
   InputFile& in = context.in;
   skipInput(in, kFullBoxHeader);
   const auto count = static_cast<std::int32_t>(readBE32(in));
   if (count < 1 || std::int64_t{count} * 12 > tableRoom(context, offset, size, 4)) return 0;
-  auto* runs = static_cast<frame::SampleToChunkRun*>(
-      std::malloc(static_cast<std::size_t>(count) * sizeof(frame::SampleToChunkRun)));
+  auto* runs = static_cast<SampleToChunkRun*>(
+      std::malloc(static_cast<std::size_t>(count) * sizeof(SampleToChunkRun)));
   if (runs == nullptr) return 0;
   std::free(track->stscRuns);
   track->stscRuns = runs;
@@ -203,12 +203,12 @@ std::int32_t readSampleToChunk(ParseContext& context, std::uint32_t, std::int64_
 }
 
 std::int32_t readChunkOffsets(ParseContext& context, std::uint32_t type, std::int64_t offset, std::int64_t size) {
-  frame::TrackRecord* track = currentTrack(context);
+  TrackRecord* track = currentTrack(context);
   if (track == nullptr) return 0;
   InputFile& in = context.in;
   skipInput(in, kFullBoxHeader);
   const auto count = static_cast<std::int32_t>(readBE32(in));
-  const bool wide = type == boxType("co64");
+  const bool wide = type == fourcc("co64");
   if (count < 0 || std::int64_t{count} * (wide ? 8 : 4) > tableRoom(context, offset, size, 4)) return -1;
   // A second chunk-offset box in one track is passed over.
   if (track->chunkOffsets != nullptr || track->tablesComplete) return 0;
@@ -223,7 +223,7 @@ std::int32_t readChunkOffsets(ParseContext& context, std::uint32_t type, std::in
     skipInput(in, std::int64_t{count} * 8);
     return 0;
   }
-  if (type != boxType("stco")) return -1;
+  if (type != fourcc("stco")) return -1;
   track->chunkOffsets =
       static_cast<std::uint32_t*>(std::malloc(static_cast<std::size_t>(std::max(count, 1)) * sizeof(std::uint32_t)));
   if (track->chunkOffsets == nullptr) return -1;
@@ -234,4 +234,4 @@ std::int32_t readChunkOffsets(ParseContext& context, std::uint32_t type, std::in
   return 0;
 }
 
-}  // namespace mp4lib::reader
+}  // namespace mp4lib::container

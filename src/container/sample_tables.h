@@ -9,24 +9,22 @@
 
 #include <cstdint>
 
-#include "frame/movie_context.h"
+#include "container/movie_context.h"
 
-namespace mp4lib::reader {
+namespace mp4lib::container {
 
 // Fills the entries from the chunk offsets and the sample-to-chunk runs and
 // marks the tables complete. Never writes outside the entries allocated,
 // whatever the runs name.
-void completeSampleEntries(frame::TrackRecord& track);
-
-// The run of the time table last found by entryForTime. One for all tracks;
-// the playback-state reset sets it to 0.
-std::int32_t cachedTimeRun();
-void setCachedTimeRun(std::int32_t run);
+void completeSampleEntries(TrackRecord& track);
 
 // Entry shown at `timeMs` on a track of several time runs. A negative time
 // gives entry 0 and false; a time past the end gives the first sample of the
 // last run. With a media time scale below 1000 every time maps to entry 0.
-bool entryForTime(const frame::TrackRecord& track, std::int32_t timeMs, std::int32_t* entry);
+// `cachedRun` is where the search starts (when the time lies in or after
+// that run) and receives the run found; the player keeps one for all
+// tracks.
+bool entryForTime(const TrackRecord& track, std::int32_t timeMs, std::int32_t* entry, std::int32_t& cachedRun);
 
 // Time of an entry on a track of several time runs, in ms (truncated), and
 // the index of the run that holds it. An entry beyond the table is timed in
@@ -35,6 +33,6 @@ struct EntryTime {
   std::uint32_t ms;
   std::int32_t run;
 };
-EntryTime timeOfEntry(const frame::TrackRecord& track, std::int32_t entry);
+EntryTime timeOfEntry(const TrackRecord& track, std::int32_t entry);
 
-}  // namespace mp4lib::reader
+}  // namespace mp4lib::container

@@ -1,33 +1,22 @@
 // Time to entry and entry to time on tracks of several "stts" runs.
 // Single-run tracks take the frame-duration shortcut of their callers.
-#include <atomic>
+#include "container/numeric.h"
+#include "container/sample_tables.h"
 
-#include "reader/numeric.h"
-#include "reader/sample_index.h"
+namespace mp4lib::container {
 
-namespace mp4lib::reader {
-
-namespace {
-
-std::atomic<std::int32_t> cachedRun{0};
-
-}  // namespace
-
-std::int32_t cachedTimeRun() { return cachedRun.load(); }
-void setCachedTimeRun(std::int32_t run) { cachedRun.store(run); }
-
-bool entryForTime(const frame::TrackRecord& track, std::int32_t timeMs, std::int32_t* entry) {
+bool entryForTime(const TrackRecord& track, std::int32_t timeMs, std::int32_t* entry, std::int32_t& cachedRun) {
   if (timeMs < 0 || track.timeRunCount < 1 || track.timeRuns == nullptr) {
     *entry = 0;
-    setCachedTimeRun(0);
+    cachedRun = 0;
     return timeMs >= 0;
   }
-  const frame::TimeRun* runs = track.timeRuns;
+  const TimeRun* runs = track.timeRuns;
   const std::int32_t count = track.timeRunCount;
   // Media units; a time scale below 1000 units per second makes this 0.
   std::int64_t target = std::int64_t{timeMs} * track.timeScalePerMs;
   std::int64_t base = 0;  // samples before the run
-  std::int32_t run = cachedTimeRun();
+  std::int32_t run = cachedRun;
   if (run >= 0 && run < count && target >= runs[run].startTime) {
     base = runs[run].startSample;
     target -= runs[run].startTime;
@@ -37,22 +26,22 @@ bool entryForTime(const frame::TrackRecord& track, std::int32_t timeMs, std::int
   for (; run < count; ++run) {
     const std::int64_t length = std::int64_t{runs[run].sampleCount} * runs[run].delta;
     if (target < length) {
-      setCachedTimeRun(run);
+      cachedRun = run;
       *entry = static_cast<std::int32_t>(base + target / runs[run].delta);
       return true;
     }
     base += runs[run].sampleCount;
     target -= length;
   }
-  setCachedTimeRun(count - 1);
+  cachedRun = count - 1;
   *entry = static_cast<std::int32_t>(base - runs[count - 1].sampleCount);
   return true;
 }
 
-EntryTime timeOfEntry(const frame::TrackRecord& track, std::int32_t entry) {
+EntryTime timeOfEntry(const TrackRecord& track, std::int32_t entry) {
   const std::int32_t count = track.timeRunCount;
   if (count < 1 || track.timeRuns == nullptr) return {0, 0};
-  const frame::TimeRun* runs = track.timeRuns;
+  const TimeRun* runs = track.timeRuns;
   const std::int64_t n = entry;
   std::int32_t run = (entry >= 0 && entry < count) ? entry : 0;
   // Runs whose start samples do not rise (empty runs, wrapped totals) could
@@ -65,11 +54,11 @@ EntryTime timeOfEntry(const frame::TrackRecord& track, std::int32_t entry) {
   if (run < 0) run = 0;
   if (run >= count) run = count - 1;
   if (track.mediaTimeScale == 0) return {0, run};
-  const frame::TimeRun& held = runs[run];
+  const TimeRun& held = runs[run];
   const float units = static_cast<float>(held.startTime) +
                       static_cast<float>(n - std::int64_t{held.startSample}) * static_cast<float>(held.delta);
   const float msPerUnit = 1000.0f / static_cast<float>(track.mediaTimeScale);
-  return {truncateToU32(units * msPerUnit), run};
+  return {wrapToUint32(units * msPerUnit), run};
 }
 
-}  // namespace mp4lib::reader
+}  // namespace mp4lib::container

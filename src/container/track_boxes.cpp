@@ -1,37 +1,33 @@
 // Handlers of the track-level boxes: "trak", "tkhd", "mdhd" and "hdlr".
 #include <cstdlib>
 
-#include "reader/box_handlers.h"
-#include "reader/box_table.h"
+#include "container/box_handlers.h"
+#include "container/box_table.h"
 
-namespace mp4lib::reader {
+namespace mp4lib::container {
 
 namespace {
 
-constexpr std::int32_t kKindVideo = 0;
-constexpr std::int32_t kKindAudio = 1;
-constexpr std::int32_t kKindUnknown = 2;
-
-void applyHandlerSubtype(frame::TrackRecord* track, std::uint32_t subtype) {
+void applyHandlerSubtype(TrackRecord* track, std::uint32_t subtype) {
   if (track == nullptr || track->codec == nullptr) return;
-  if (subtype == boxType("vide")) track->codec->kind = kKindVideo;
-  if (subtype == boxType("soun")) track->codec->kind = kKindAudio;
+  if (subtype == fourcc("vide")) track->codec->kind = MP4LIB_KIND_VIDEO;
+  if (subtype == fourcc("soun")) track->codec->kind = MP4LIB_KIND_AUDIO;
 }
 
 }  // namespace
 
 std::int32_t readTrack(ParseContext& context, std::uint32_t type, std::int64_t offset, std::int64_t size) {
-  frame::MovieContext& movie = context.movie;
+  MovieContext& movie = context.movie;
   // The movie record holds five tracks; any further "trak" is passed over whole.
-  if (movie.trackCount >= frame::kMaxTracks) return skipPayload(context, type, offset, size);
-  frame::TrackRecord& track = movie.tracks[movie.trackCount++];
+  if (movie.trackCount >= kMaxTracks) return skipPayload(context, type, offset, size);
+  TrackRecord& track = movie.tracks[movie.trackCount++];
   if (track.codec == nullptr) track.codec = static_cast<CodecDescriptor*>(std::calloc(1, sizeof(CodecDescriptor)));
-  if (track.codec != nullptr) track.codec->kind = kKindUnknown;
+  if (track.codec != nullptr) track.codec->kind = MP4LIB_KIND_PENDING;
   return parseChildren(context, type, offset, size);
 }
 
 std::int32_t readTrackHeader(ParseContext& context, std::uint32_t, std::int64_t, std::int64_t) {
-  frame::TrackRecord* track = currentTrack(context);
+  TrackRecord* track = currentTrack(context);
   if (track == nullptr) return 0;
   InputFile& in = context.in;
   skipInput(in, 4);  // version and flags
@@ -48,7 +44,7 @@ std::int32_t readTrackHeader(ParseContext& context, std::uint32_t, std::int64_t,
 }
 
 std::int32_t readMediaHeader(ParseContext& context, std::uint32_t, std::int64_t, std::int64_t) {
-  frame::TrackRecord* track = currentTrack(context);
+  TrackRecord* track = currentTrack(context);
   if (track == nullptr) return 0;
   InputFile& in = context.in;
   skipInput(in, 4 + 8);  // version and flags, creation and modification time
@@ -62,13 +58,13 @@ std::int32_t readMediaHeader(ParseContext& context, std::uint32_t, std::int64_t,
 
 std::int32_t readHandlerReference(ParseContext& context, std::uint32_t, std::int64_t, std::int64_t size) {
   InputFile& in = context.in;
-  frame::MovieContext& movie = context.movie;
+  MovieContext& movie = context.movie;
   skipInput(in, 4);  // version and flags
-  const std::uint32_t componentType = readLE32(in);
-  const std::uint32_t subtype = readLE32(in);
+  const std::uint32_t componentType = readBE32(in);
+  const std::uint32_t subtype = readBE32(in);
   // QuickTime media handlers ("mhlr") carry a counted name; MP4 handlers
   // (component type 0) a name ended by a zero byte.
-  if (componentType == boxType("mhlr")) {
+  if (componentType == fourcc("mhlr")) {
     movie.countedName = 0;
     applyHandlerSubtype(currentTrack(context), subtype);
   } else if (componentType == 0) {
@@ -84,4 +80,4 @@ std::int32_t readHandlerReference(ParseContext& context, std::uint32_t, std::int
   return 0;
 }
 
-}  // namespace mp4lib::reader
+}  // namespace mp4lib::container

@@ -1,26 +1,32 @@
-// The header at the start of a recording: "ftyp", the vendor header box and
-// the "mdat" header of a 3GP file, or the bare vendor payload of a raw
-// stream.
+// The 64-byte payload of the vendor header box "kelv": sixteen 32-bit
+// values. The recorder writes it after "ftyp"; the reader takes the movie's
+// parameters from it; and for a file without the box the player rebuilds it,
+// since the video plug-in expects it at initDecode.
+//
+// Values: 0 "WMVH", 1 version << 16 | revision, 2 and 3 header words A and B
+// (as recorded; the picture size code and vendor word 3 as read), 4 width,
+// 5 height, 6 the application's value (as read: the frame count), 7 stream
+// flags, 8 frame rate (whole frames per second), 9 and 10 header words C and
+// D (vendor words 9 and 10), 11 video codec type, 12 audio codec type,
+// 13 audio bits per sample, 14 audio sample rate, 15 audio channels.
 #pragma once
 
 #include <cstdint>
 
-#include "mp4lib_plugin.h"
+namespace mp4lib::container {
 
-namespace mp4lib::writer {
+constexpr std::uint32_t kVendorPayloadBytes = 64;
+constexpr int kVendorWords = 16;
 
-// Container modes of EncoderContext.containerMode.
-constexpr std::uint32_t kContainerRawStream = 1;
-constexpr std::uint32_t kContainer3gpOld = 2;
-constexpr std::uint32_t kContainer3gp = 3;
+// Values 0..10 are big-endian and 12..15 in host (little-endian) order.
+// Value 11 is written in host order by the recorder, while a payload
+// rebuilt for the player has it big-endian; the reader always takes it as
+// big-endian, so a recording's video codec type reads back byte-swapped
+// (H.263, type 1, as 0x01000000).
+enum class VideoTypeOrder { kHost, kBigEndian };
 
-inline bool is3gpMode(std::uint32_t mode) { return mode == kContainer3gpOld || mode == kContainer3gp; }
+void encodeVendorPayload(const std::uint32_t (&words)[kVendorWords], VideoTypeOrder order,
+                         std::uint8_t (&payload)[kVendorPayloadBytes]);
+void decodeVendorPayload(const std::uint8_t (&payload)[kVendorPayloadBytes], std::uint32_t (&words)[kVendorWords]);
 
-// The 64-byte vendor header payload: twelve big-endian words ("WMVH",
-// version, header words A and B, picture size, the application's value,
-// the recording flags, the truncated frame rate, header words C and D), then
-// the codec types and audio format in little-endian order.
-void buildVendorPayload(const EncoderContext& context, std::uint32_t value, std::uint32_t version,
-                        std::uint8_t (&payload)[64]);
-
-}  // namespace mp4lib::writer
+}  // namespace mp4lib::container

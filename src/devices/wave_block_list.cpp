@@ -1,26 +1,11 @@
-#include "audio/wave_block_list.h"
+#include "devices/wave_block_list.h"
 
 #include <cstdlib>
 
-#include "platform/platform.h"
+namespace mp4lib::devices {
 
-namespace mp4lib::audio {
-
-namespace {
-
-struct BlockList {
-  WaveBlock* head = nullptr;
-  WaveBlock* tail = nullptr;
-  std::uint32_t count = 0;
-};
-
-BlockList list;
-platform::CriticalSection listLock;
-
-}  // namespace
-
-WaveBlock* takeWaveBlockHead() {
-  platform::Lock hold(listLock);
+WaveBlock* takeWaveBlockHead(WaveBlockList& list) {
+  platform::Lock hold(list.lock);
   WaveBlock* block = list.head;
   if (block == nullptr) return nullptr;
   list.head = block->link;
@@ -48,10 +33,10 @@ void freeWaveBlock(WaveBlock* block) {
   std::free(block);
 }
 
-void appendWaveBlock(WaveBlock* block) {
+void appendWaveBlock(WaveBlockList& list, WaveBlock* block) {
   if (block == nullptr) return;
   block->link = nullptr;
-  platform::Lock hold(listLock);
+  platform::Lock hold(list.lock);
   if (list.tail != nullptr) {
     list.tail->link = block;
   } else {
@@ -61,20 +46,20 @@ void appendWaveBlock(WaveBlock* block) {
   ++list.count;
 }
 
-WaveBlock* waveBlockHead() {
-  platform::Lock hold(listLock);
+WaveBlock* waveBlockHead(WaveBlockList& list) {
+  platform::Lock hold(list.lock);
   return list.head;
 }
 
-void removeWaveBlockHead() { freeWaveBlock(takeWaveBlockHead()); }
+void removeWaveBlockHead(WaveBlockList& list) { freeWaveBlock(takeWaveBlockHead(list)); }
 
-std::uint32_t waveBlockCount() {
-  platform::Lock hold(listLock);
+std::uint32_t waveBlockCount(WaveBlockList& list) {
+  platform::Lock hold(list.lock);
   return list.count;
 }
 
-void clearWaveBlocks() {
-  while (WaveBlock* block = takeWaveBlockHead()) freeWaveBlock(block);
+void clearWaveBlocks(WaveBlockList& list) {
+  while (WaveBlock* block = takeWaveBlockHead(list)) freeWaveBlock(block);
 }
 
-}  // namespace mp4lib::audio
+}  // namespace mp4lib::devices

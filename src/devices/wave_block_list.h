@@ -7,9 +7,10 @@
 
 #include <cstdint>
 
+#include "platform/platform.h"
 #include "platform/wave_device.h"
 
-namespace mp4lib::audio {
+namespace mp4lib::devices {
 
 // Layout of a wave header as the wave devices use it (WAVEHDR).
 using WaveHeader = platform::WaveHeader;
@@ -20,6 +21,13 @@ struct WaveBlock {
   WaveBlock* link;
 };
 
+struct WaveBlockList {
+  WaveBlock* head = nullptr;
+  WaveBlock* tail = nullptr;
+  std::uint32_t count = 0;
+  platform::CriticalSection lock;
+};
+
 // A block with a zeroed data area of `size` bytes, bufferLength = size,
 // bytesRecorded 0, not yet on the list. Null when memory ran out.
 WaveBlock* newWaveBlock(std::uint32_t size);
@@ -27,16 +35,16 @@ WaveBlock* newWaveBlock(std::uint32_t size);
 void freeWaveBlock(WaveBlock* block);
 
 // Puts a filled block at the tail; the list owns it from then on.
-void appendWaveBlock(WaveBlock* block);
+void appendWaveBlock(WaveBlockList& list, WaveBlock* block);
 // The oldest block, or null. It stays valid until removed; only the thread
 // that removes blocks should use it.
-WaveBlock* waveBlockHead();
+WaveBlock* waveBlockHead(WaveBlockList& list);
 // Detaches the oldest block (null when empty); the caller owns it then.
-WaveBlock* takeWaveBlockHead();
+WaveBlock* takeWaveBlockHead(WaveBlockList& list);
 // Removes and frees the oldest block, if any.
-void removeWaveBlockHead();
-std::uint32_t waveBlockCount();
+void removeWaveBlockHead(WaveBlockList& list);
+std::uint32_t waveBlockCount(WaveBlockList& list);
 // Frees every block.
-void clearWaveBlocks();
+void clearWaveBlocks(WaveBlockList& list);
 
-}  // namespace mp4lib::audio
+}  // namespace mp4lib::devices

@@ -1,6 +1,6 @@
-#include "audio/wave_format.h"
+#include "devices/wave_format.h"
 
-namespace mp4lib::audio {
+namespace mp4lib::devices {
 
 Mp4WaveFormat pcmWaveFormat(std::uint32_t bits, std::uint32_t rate, std::uint16_t channels) {
   Mp4WaveFormat format{};
@@ -15,4 +15,4 @@ Mp4WaveFormat pcmWaveFormat(std::uint32_t bits, std::uint32_t rate, std::uint16_
   return format;
 }
 
-}  // namespace mp4lib::audio
+}  // namespace mp4lib::devices

@@ -1,27 +1,12 @@
-// Wave-out playback: decoded PCM blocks wait on the wave block list while
-// the output plays them; the application hands each finished one to
-// processWaveOut, which releases the oldest block.
-#include "audio/wave_out.h"
+#include "devices/wave_out.h"
 
-#include <atomic>
 #include <cstring>
 
-#include "audio/wave_block_list.h"
-#include "audio/wave_callback.h"
-#include "audio/wave_format.h"
-#include "mp4lib.h"
-#include "platform/platform.h"
-#include "platform/wave_device.h"
+#include "devices/wave_format.h"
 
-namespace mp4lib::audio {
+namespace mp4lib::devices {
 
 namespace {
-
-// Full volume on the left (low word), nothing on the right (high word).
-constexpr std::uint32_t kOpenVolume = 0x0000FFFFu;
-
-std::atomic<platform::WaveHandle> outputHandle{nullptr};
-platform::CriticalSection outputLock;
 
 bool isDone(const WaveHeader& header) {
   return (platform::loadHeaderFlags(&header) & platform::kWaveHeaderDone) != 0;
@@ -37,95 +22,82 @@ bool waitUntilDone(const WaveHeader& header) {
   return true;
 }
 
-void drainQueuedBlocks(platform::WaveDevices& devices, platform::WaveHandle handle) {
-  while (waveBlockHead() != nullptr) {
-    WaveBlock* block = waveBlockHead();
+void drainQueuedBlocks(WaveBlockList& list, platform::WaveDevices& system, platform::WaveHandle handle) {
+  while (waveBlockHead(list) != nullptr) {
+    WaveBlock* block = waveBlockHead(list);
     const bool done = waitUntilDone(block->header);
-    devices.waveOutUnprepareHeader(handle, &block->header, platform::kWaveHeaderSize);
-    WaveBlock* taken = takeWaveBlockHead();
+    system.waveOutUnprepareHeader(handle, &block->header, platform::kWaveHeaderSize);
+    WaveBlock* taken = takeWaveBlockHead(list);
     if (done) freeWaveBlock(taken);
   }
 }
 
-std::int32_t openOutput(std::uint32_t instance, platform::WaveWindow window, std::uint32_t bits, std::uint32_t rate,
-                        std::uint16_t channels, Mp4WaveOutHandle* handleOut) {
-  platform::Lock hold(outputLock);
+}  // namespace
+
+std::int32_t openOutput(AudioDevices& devices, std::uint32_t instance, platform::WaveWindow window,
+                        std::uint32_t bits, std::uint32_t rate, std::uint16_t channels, Mp4WaveOutHandle* handleOut) {
+  platform::Lock hold(devices.outputLock);
   // A second open first closes the first device, so nothing leaks.
-  if (outputOpen()) closeWaveOut();
-  rememberCallback(instance, window);
-  platform::WaveDevices& devices = platform::waveDevices();
+  if (outputOpen(devices)) closeOutput(devices);
+  devices.callbackInstance.store(instance);
+  devices.callbackWindow.store(window);
+  platform::WaveDevices& system = platform::waveDevices();
   const Mp4WaveFormat format = pcmWaveFormat(bits, rate, channels);
   platform::WaveHandle handle = nullptr;
   const std::uint32_t opened =
-      devices.waveOutOpen(&handle, platform::kWaveMapper, format, window, instance, platform::kCallbackWindow);
+      system.waveOutOpen(&handle, platform::kWaveMapper, format, window, instance, platform::kCallbackWindow);
   if (handleOut != nullptr) *handleOut = static_cast<Mp4WaveOutHandle>(handle);
   if (opened != platform::kWaveNoError) {
-    outputHandle.store(nullptr);
+    devices.output.store(nullptr);
     return 0;
   }
-  outputHandle.store(handle);
-  devices.waveOutSetVolume(handle, kOpenVolume);
+  devices.output.store(handle);
+  system.waveOutSetVolume(handle, kOpenVolume);
   // Blocks left from earlier recording or playback are dropped.
-  clearWaveBlocks();
+  clearWaveBlocks(devices.blocks);
   return 1;
 }
 
-}  // namespace
+bool outputOpen(const AudioDevices& devices) { return devices.output.load() != nullptr; }
 
-bool outputOpen() { return outputHandle.load() != nullptr; }
-
-bool resetOutputAndDrain() {
-  platform::Lock hold(outputLock);
-  platform::WaveDevices& devices = platform::waveDevices();
-  const platform::WaveHandle handle = outputHandle.load();
-  if (devices.waveOutReset(handle) != platform::kWaveNoError) return false;
-  drainQueuedBlocks(devices, handle);
+bool resetOutputAndDrain(AudioDevices& devices) {
+  platform::Lock hold(devices.outputLock);
+  platform::WaveDevices& system = platform::waveDevices();
+  const platform::WaveHandle handle = devices.output.load();
+  if (system.waveOutReset(handle) != platform::kWaveNoError) return false;
+  drainQueuedBlocks(devices.blocks, system, handle);
   return true;
 }
 
-void playBlock(const std::uint8_t* pcm, std::uint32_t bytes) {
+void playBlock(AudioDevices& devices, const std::uint8_t* pcm, std::uint32_t bytes) {
   WaveBlock* block = newWaveBlock(bytes);
   if (block == nullptr) return;
   if (bytes > 0) std::memcpy(block->header.data, pcm, bytes);
-  platform::Lock hold(outputLock);
-  appendWaveBlock(block);
-  platform::WaveDevices& devices = platform::waveDevices();
-  const platform::WaveHandle handle = outputHandle.load();
-  devices.waveOutPrepareHeader(handle, &block->header, platform::kWaveHeaderSize);
-  devices.waveOutWrite(handle, &block->header, platform::kWaveHeaderSize);
+  platform::Lock hold(devices.outputLock);
+  appendWaveBlock(devices.blocks, block);
+  platform::WaveDevices& system = platform::waveDevices();
+  const platform::WaveHandle handle = devices.output.load();
+  system.waveOutPrepareHeader(handle, &block->header, platform::kWaveHeaderSize);
+  system.waveOutWrite(handle, &block->header, platform::kWaveHeaderSize);
 }
 
-}  // namespace mp4lib::audio
-
-using namespace mp4lib;
-
-extern "C" MP4LIB_API int32_t openWaveOut(uint32_t instance, Mp4WaveWindow window, uint32_t bits, uint32_t rate,
-                                          uint16_t channels) {
-  return audio::openOutput(instance, window, bits, rate, channels, nullptr);
-}
-
-extern "C" MP4LIB_API int32_t openWaveOutEx(uint32_t instance, Mp4WaveWindow window, uint32_t bits, uint32_t rate,
-                                            uint16_t channels, Mp4WaveOutHandle* handle) {
-  return audio::openOutput(instance, window, bits, rate, channels, handle);
-}
-
-extern "C" MP4LIB_API void processWaveOut(Mp4WaveOutHandle handle, Mp4WaveHeader* header) {
-  auto* finished = reinterpret_cast<audio::WaveHeader*>(header);
-  platform::Lock hold(audio::outputLock);
+void releaseFinishedBlock(AudioDevices& devices, Mp4WaveOutHandle handle, WaveHeader* header) {
+  platform::Lock hold(devices.outputLock);
   // Blocks finish in the order written, so only the oldest can be the one.
   // Anything else (a message that outlived a seek or close, a header still
   // playing) is ignored without touching it.
-  audio::WaveBlock* head = audio::waveBlockHead();
-  if (head == nullptr || &head->header != finished || !audio::isDone(head->header)) return;
-  platform::waveDevices().waveOutUnprepareHeader(handle, finished, platform::kWaveHeaderSize);
-  audio::removeWaveBlockHead();
+  WaveBlock* head = waveBlockHead(devices.blocks);
+  if (head == nullptr || &head->header != header || !isDone(head->header)) return;
+  platform::waveDevices().waveOutUnprepareHeader(handle, header, platform::kWaveHeaderSize);
+  removeWaveBlockHead(devices.blocks);
 }
 
-extern "C" MP4LIB_API int32_t closeWaveOut(void) {
-  platform::Lock hold(audio::outputLock);
-  if (!audio::resetOutputAndDrain()) return 0;
-  platform::WaveDevices& devices = platform::waveDevices();
-  const std::uint32_t closed = devices.waveOutClose(audio::outputHandle.load());
-  audio::outputHandle.store(nullptr);
+std::int32_t closeOutput(AudioDevices& devices) {
+  platform::Lock hold(devices.outputLock);
+  if (!resetOutputAndDrain(devices)) return 0;
+  const std::uint32_t closed = platform::waveDevices().waveOutClose(devices.output.load());
+  devices.output.store(nullptr);
   return closed == platform::kWaveNoError ? 1 : 0;
 }
+
+}  // namespace mp4lib::devices

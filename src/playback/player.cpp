@@ -1,24 +1,15 @@
-#include "reader/decoder_context.h"
+#include "playback/player.h"
 
 #include <cstdio>
 #include <cstdlib>
 
-#include "codecs/plugin_registry.h"
-#include "codecs/sample_queues.h"
-#include "frame/library.h"
-#include "mp4lib.h"
-#include "reader/sample_index.h"
-
-namespace mp4lib::reader {
+namespace mp4lib::playback {
 
 namespace {
 
-DecoderContext decoder;
-MovieParams params;
-
-frame::TrackRecord* enabledTrack(bool enabled, std::int32_t index) {
-  if (!decoderOpen() || !enabled || index < 0 || index >= frame::kMaxTracks) return nullptr;
-  return &frame::movieContext().tracks[index];
+container::TrackRecord* enabledTrack(Player& player, bool enabled, std::int32_t index) {
+  if (!player.open.load() || !enabled || index < 0 || index >= container::kMaxTracks) return nullptr;
+  return &player.movie.tracks[index];
 }
 
 void finalizePlugin(CodecPlugin* plugin) {
@@ -27,27 +18,23 @@ void finalizePlugin(CodecPlugin* plugin) {
 
 }  // namespace
 
-DecoderContext& decoderContext() { return decoder; }
-MovieParams& movieParams() { return params; }
-bool decoderOpen() { return frame::decoderActive(); }
-
-frame::TrackRecord* videoTrack() {
-  return enabledTrack(decoder.playback.videoEnabled, frame::movieContext().videoTrackIndex);
+container::TrackRecord* videoTrack(Player& player) {
+  return enabledTrack(player, player.playback.videoEnabled, player.movie.videoTrackIndex);
 }
 
-frame::TrackRecord* audioTrack() {
-  return enabledTrack(decoder.playback.audioEnabled, frame::movieContext().audioTrackIndex);
+container::TrackRecord* audioTrack(Player& player) {
+  return enabledTrack(player, player.playback.audioEnabled, player.movie.audioTrackIndex);
 }
 
-std::uint32_t audioTimeScale() {
-  if (params.formatVersion == 1 && params.formatRevision < 5) return frame::movieContext().timeScale;
-  const std::int32_t index = frame::movieContext().audioTrackIndex;
-  if (index < 0 || index >= frame::kMaxTracks) return 0;
-  return frame::movieContext().tracks[index].mediaTimeScale;
+std::uint32_t audioTimeScale(const Player& player) {
+  if (player.params.formatVersion == 1 && player.params.formatRevision < 5) return player.movie.timeScale;
+  const std::int32_t index = player.movie.audioTrackIndex;
+  if (index < 0 || index >= container::kMaxTracks) return 0;
+  return player.movie.tracks[index].mediaTimeScale;
 }
 
-void resetPlaybackState() {
-  PlaybackState& state = decoder.playback;
+void resetPlaybackState(Player& player) {
+  PlaybackState& state = player.playback;
   state.lastVideoEntry = -1;
   state.lastKeyEntry = 0;
   state.audioEntry = -1;
@@ -55,52 +42,50 @@ void resetPlaybackState() {
   state.audioConsumed = 0;
   state.audioLeft = 0;
   state.audioCarry = 0;
-  setCachedTimeRun(0);
-  codecs::resetSampleQueues(state.audioEnabled, state.videoEnabled);
+  state.cachedTimeRun = 0;
+  resetSampleQueues(player.queues, state.audioEnabled, state.videoEnabled);
 }
 
-bool entryInsideFile(const SampleEntry& entry) {
-  return std::int64_t{entry.offset} + entry.size <= decoder.fileLength;
+bool entryInsideFile(const Player& player, const SampleEntry& entry) {
+  return std::int64_t{entry.offset} + entry.size <= player.fileLength;
 }
 
-bool readEntry(const SampleEntry& entry, std::uint8_t** buffer, std::uint32_t* capacity) {
-  if (!entryInsideFile(entry) || entry.size == 0) return false;
+bool readEntry(Player& player, const SampleEntry& entry, std::uint8_t** buffer, std::uint32_t* capacity) {
+  if (!entryInsideFile(player, entry) || entry.size == 0) return false;
   if (*capacity < entry.size) {
     auto* grown = static_cast<std::uint8_t*>(std::realloc(*buffer, entry.size));
     if (grown == nullptr) return false;
     *buffer = grown;
     *capacity = entry.size;
   }
-  seekInput(decoder.input, entry.offset, SEEK_SET);
-  return readBlock(decoder.input, *buffer, entry.size) != 0;
+  container::seekInput(player.input, entry.offset, SEEK_SET);
+  return container::readBlock(player.input, *buffer, entry.size) != 0;
 }
 
-void releaseDecoder() {
-  codecs::freeSampleQueues();
-  closeInput(decoder.input);
-  frame::freeTrackRecords(frame::movieContext());
+void releasePlayer(Player& player) {
+  freeSampleQueues(player.queues);
+  container::closeInput(player.input);
+  container::freeTrackRecords(player.movie);
+  MovieParams& params = player.params;
   params.inputFile = nullptr;
   std::free(params.rgbBuffer);
   params.rgbBuffer = nullptr;
-  std::free(decoder.sampleBuffer);
-  std::free(decoder.scratchBuffer);
-  decoder.sampleBuffer = nullptr;
-  decoder.scratchBuffer = nullptr;
-  decoder.sampleCapacity = 0;
-  decoder.scratchCapacity = 0;
-  decoder.playback.videoEnabled = false;
-  decoder.playback.audioEnabled = false;
+  std::free(player.sampleBuffer);
+  std::free(player.scratchBuffer);
+  player.sampleBuffer = nullptr;
+  player.scratchBuffer = nullptr;
+  player.sampleCapacity = 0;
+  player.scratchCapacity = 0;
+  player.playback.videoEnabled = false;
+  player.playback.audioEnabled = false;
 }
 
-}  // namespace mp4lib::reader
-
-using namespace mp4lib;
-
-extern "C" MP4LIB_API void finalizeDecoder(void) {
-  if (!reader::decoderOpen()) return;
-  reader::releaseDecoder();
-  const codecs::ActivePlugins& active = codecs::activePlugins();
-  reader::finalizePlugin(active.videoDecoder);
-  reader::finalizePlugin(active.audioDecoder);
-  frame::setDecoderActive(false);
+void closePlayer(Player& player, codecs::PluginRegistry& plugins) {
+  if (!player.open.load()) return;
+  releasePlayer(player);
+  finalizePlugin(plugins.active.videoDecoder);
+  finalizePlugin(plugins.active.audioDecoder);
+  player.open.store(false);
 }
+
+}  // namespace mp4lib::playback

@@ -1,16 +1,22 @@
-// The library's one open movie for playback: the input file, what parsing
-// found, the movie parameter block handed to the application and the video
-// plug-in, and the playback state of track decoding.
+// The playback side of the library: the one open movie, from initDecoder to
+// finalizeDecoder. It holds the input file, the movie's tracks and sample
+// tables, the movie parameter block handed to the application and the
+// video plug-in, and where track decoding and queue decoding stand.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
-#include "frame/movie_context.h"
+#include "codecs/plugin_registry.h"
+#include "container/byte_reader.h"
+#include "container/movie_context.h"
+#include "container/parse_context.h"
+#include "container/vendor_payload.h"
 #include "mp4lib_plugin.h"
-#include "reader/byte_reader.h"
-#include "reader/parse_context.h"
+#include "platform/platform.h"
+#include "playback/sample_queues.h"
 
-namespace mp4lib::reader {
+namespace mp4lib::playback {
 
 // Track decoding reads audio in slices of at most this many bytes.
 constexpr std::uint32_t kAudioSliceBytes = 2048;
@@ -35,17 +41,23 @@ struct PlaybackState {
   std::uint32_t audioLeft = 0;
   // Undecoded bytes kept in front of the next slice (MPEG-4 audio).
   std::uint32_t audioCarry = 0;
+
+  // The time run the last time-to-entry search ended in; one for all tracks.
+  std::int32_t cachedTimeRun = 0;
 };
 
-struct DecoderContext {
-  InputFile input;
+struct Player {
+  std::atomic<bool> open{false};  // from a successful initDecoder to finalizeDecoder
+  container::MovieContext movie{};
+  MovieParams params{};  // its address goes to the application and the video plug-in
+  container::InputFile input;
   std::int64_t fileLength = 0;  // bytes
-  ParseFindings findings;
+  container::ParseFindings findings;
   PlaybackState playback;
+  SampleQueues queues;
   // The vendor record handed to the video plug-in's initDecode: as read
-  // from the file, or rebuilt from the tracks (twelve big-endian words and
-  // four host-order words).
-  std::uint8_t vendorRecord[kVendorPayloadBytes] = {};
+  // from the file, or rebuilt from the tracks.
+  std::uint8_t vendorRecord[container::kVendorPayloadBytes] = {};
 
   // Buffers of track decoding, grown on demand, freed at finalisation.
   std::uint8_t* sampleBuffer = nullptr;
@@ -55,30 +67,38 @@ struct DecoderContext {
   std::uint8_t audioInput[2 * kAudioSliceBytes] = {};
 };
 
-DecoderContext& decoderContext();
-MovieParams& movieParams();
-
-// True between a successful initDecoder and finalizeDecoder.
-bool decoderOpen();
+// What playback works on: the player, the plug-ins (the decoders in use are
+// theirs), the lock that serialises every seek-and-read of the file and the
+// method the RGB16 pictures are made with.
+struct Playback {
+  Player& player;
+  codecs::PluginRegistry& plugins;
+  platform::CriticalSection& readLock;
+  std::int32_t rgb16Method;
+};
 
 // The chosen tracks, or null when that kind is not enabled.
-frame::TrackRecord* videoTrack();
-frame::TrackRecord* audioTrack();
+container::TrackRecord* videoTrack(Player& player);
+container::TrackRecord* audioTrack(Player& player);
 
 // Old files (format version 1, revision below 5) time audio in movie units.
-std::uint32_t audioTimeScale();
+std::uint32_t audioTimeScale(const Player& player);
 
 // Back to the start of the movie: what initDecoder does last and resetDecoder
-// (wave-out playback) ends with. Drops queued samples too.
-void resetPlaybackState();
+// ends with. Drops queued samples too.
+void resetPlaybackState(Player& player);
 
 // Reads an entry's bytes into a buffer grown to fit. False when the entry
-// does not lie inside the file or the read fails. The caller holds readLock.
-bool readEntry(const SampleEntry& entry, std::uint8_t** buffer, std::uint32_t* capacity);
+// does not lie inside the file or the read fails. The caller holds the read
+// lock.
+bool readEntry(Player& player, const SampleEntry& entry, std::uint8_t** buffer, std::uint32_t* capacity);
 // Whether an entry's bytes lie inside the file.
-bool entryInsideFile(const SampleEntry& entry);
+bool entryInsideFile(const Player& player, const SampleEntry& entry);
 
 // Releases everything a (possibly half-done) set-up holds and closes the file.
-void releaseDecoder();
+void releasePlayer(Player& player);
 
-}  // namespace mp4lib::reader
+// finalizeDecoder: releases the movie and finalizes the decoder plug-ins.
+void closePlayer(Player& player, codecs::PluginRegistry& plugins);
+
+}  // namespace mp4lib::playback

@@ -1,17 +1,31 @@
-// Queue-driven video decoding, shared by decodeVideo, decodeVideoEx and
-// their RGB forms.
+// Queue-driven decoding: the next audio or video sample in file order,
+// decoded by the plug-ins in use, with samples read ahead into the queues.
 #pragma once
 
 #include <cstdint>
 
-#include "mp4lib_plugin.h"
+#include "playback/rgb_output.h"
 
-namespace mp4lib::codecs {
+namespace mp4lib::playback {
 
-// Decodes the oldest queued video sample, with `picture` as the plug-in's
-// picture buffer (or 0). *timeMs (and, when durationMs is given, the
-// duration) as decodeVideoEx reports them; null pointers are not written.
-// The plug-in feed result, or 0 when no movie is open or nothing is queued.
-Mp4Word decodeQueuedVideo(std::uint8_t* picture, std::uint32_t* timeMs, std::uint32_t* durationMs);
+// Fills both queues as far as they have room and samples remain; once
+// neither track has samples left, the stream is at its end.
+void readAhead(Playback& playback);
 
-}  // namespace mp4lib::codecs
+// decodeAudio: the next audio sample into pcm. The plug-in's result; 0 when
+// nothing is queued.
+Mp4Word decodeQueuedAudio(Playback& playback, std::uint8_t* pcm, std::uint32_t* pcmLength);
+
+// decodeVideo / decodeVideoEx: the next video sample; `picture` goes to the
+// plug-in as its picture buffer. Times come from the low 8 bits of the
+// sample's number. The plug-in feed's result; 0 when no movie is open or
+// nothing is queued.
+Mp4Word decodeQueuedVideo(Playback& playback, std::uint8_t* picture, std::uint32_t* timeMs,
+                          std::uint32_t* durationMs);
+
+// The RGB forms: converted at the coded size, then scaled to the output
+// size when the parameter block asks for resizing.
+Mp4Word decodeQueuedRgb(Playback& playback, RgbFormat format, std::uint8_t* rgb, std::uint32_t* timeMs,
+                        std::uint32_t* durationMs);
+
+}  // namespace mp4lib::playback

@@ -1,9 +1,8 @@
-#include "reader/rgb_output.h"
+#include "playback/rgb_output.h"
 
-#include "mp4lib.h"
 #include "pixels/yuv_to_rgb.h"
 
-namespace mp4lib::reader {
+namespace mp4lib::playback {
 
 namespace {
 
@@ -13,12 +12,12 @@ constexpr std::int32_t kBilinear = 1;
 
 std::uint32_t rgbPixelBytes(RgbFormat format) { return format == RgbFormat::kRgb24 ? 3 : 2; }
 
-void convertPlanes(const DecodedPlanes& planes, RgbFormat format, std::int32_t width, std::int32_t height,
-                   std::uint8_t* rgb) {
+void convertPlanes(const DecodedPlanes& planes, RgbFormat format, std::int32_t rgb16Method, std::int32_t width,
+                   std::int32_t height, std::uint8_t* rgb) {
   if (format == RgbFormat::kRgb24) {
-    transferByteYUV2RGBEx(planes.pitch, planes.chromaPitch, width, height, planes.y, planes.u, planes.v, rgb);
+    pixels::yuvToRgb24(planes.pitch, width, height, planes.y, planes.u, planes.v, rgb);
   } else {
-    pixels::transferYUV2RGB16(planes.pitch, planes.chromaPitch, width, height, planes.y, planes.u, planes.v, rgb);
+    pixels::yuvToRgb16(rgb16Method, planes.pitch, width, height, planes.y, planes.u, planes.v, rgb);
   }
 }
 
@@ -31,4 +30,4 @@ void scaleRgb(RgbFormat format, const std::uint8_t* source, std::int32_t sourceW
   }
 }
 
-}  // namespace mp4lib::reader
+}  // namespace mp4lib::playback

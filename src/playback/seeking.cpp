@@ -1,15 +1,12 @@
-// seek, setAudioEntryByTime, getVideoEntryByTime and getVideoTimeByEntry.
-// Audio leads a seek: it is placed first, down to a byte inside an entry,
-// and video follows to the time audio actually lands on.
-#include "audio/wave_out_control.h"
-#include "codecs/plugin_registry.h"
-#include "mp4lib.h"
-#include "reader/decoder_context.h"
-#include "reader/numeric.h"
-#include "reader/sample_index.h"
-#include "reader/seeking.h"
+// Placing playback at a time. Audio leads a seek: it is placed first, down
+// to a byte inside an entry, and video follows to the time audio actually
+// lands on.
+#include "playback/seeking.h"
 
-namespace mp4lib::reader {
+#include "container/numeric.h"
+#include "container/sample_tables.h"
+
+namespace mp4lib::playback {
 
 namespace {
 
@@ -23,29 +20,29 @@ struct AudioPlace {
 };
 
 // Files of format version 1 up to revision 4 keep audio time in ms.
-bool oldFormat() {
-  const MovieParams& params = movieParams();
+bool oldFormat(const Player& player) {
+  const MovieParams& params = player.params;
   return params.formatVersion == 1 && params.formatRevision <= 4;
 }
 
-std::uint32_t firstDelta(const frame::TrackRecord& track) {
+std::uint32_t firstDelta(const container::TrackRecord& track) {
   return track.timeRunCount > 0 && track.timeRuns != nullptr ? track.timeRuns[0].delta : 0;
 }
 
 // One entry per sample: the entry is the sample under the time. Times past
 // the end give the entry count.
-AudioPlace placeInSamples(const frame::TrackRecord& track, std::int64_t units) {
+AudioPlace placeInSamples(const Player& player, const container::TrackRecord& track, std::int64_t units) {
   AudioPlace place;
   const std::uint32_t delta = firstDelta(track);
   std::uint64_t entry = delta == 0 ? 0 : static_cast<std::uint64_t>(units) / delta;
   if (entry > static_cast<std::uint64_t>(track.sampleCount)) entry = static_cast<std::uint64_t>(track.sampleCount);
   place.entry = static_cast<std::int32_t>(entry);
   const std::int64_t span = std::int64_t{delta} * place.entry;
-  place.adjustedMs = oldFormat() ? span : divideOrZero(span * 1000, track.mediaTimeScale);
+  place.adjustedMs = oldFormat(player) ? span : container::divideOrZero(span * 1000, track.mediaTimeScale);
   return place;
 }
 
-std::uint32_t samplesPerChunk(const frame::TrackRecord& track, std::int32_t chunk, std::int32_t* run) {
+std::uint32_t samplesPerChunk(const container::TrackRecord& track, std::int32_t chunk, std::int32_t* run) {
   if (track.stscRunCount < 1 || track.stscRuns == nullptr) return 0;
   while (*run + 1 < track.stscRunCount &&
          std::int64_t{chunk} + 1 >= std::int64_t{track.stscRuns[*run + 1].firstChunk}) {
@@ -57,7 +54,8 @@ std::uint32_t samplesPerChunk(const frame::TrackRecord& track, std::int32_t chun
 // One entry per chunk: whole chunks are walked off the time, then the byte
 // offset inside the chunk is taken in proportion. AMR offsets go down to a
 // whole frame at the highest rate. The time is not adjusted.
-AudioPlace placeInChunks(const frame::TrackRecord& track, std::int32_t timeMs, std::int64_t units) {
+AudioPlace placeInChunks(Playback& playback, const container::TrackRecord& track, std::int32_t timeMs,
+                         std::int64_t units) {
   AudioPlace place;
   place.adjustedMs = timeMs;
   const std::uint64_t delta = firstDelta(track);
@@ -73,14 +71,14 @@ AudioPlace placeInChunks(const frame::TrackRecord& track, std::int32_t timeMs, s
   place.entry = chunk;
   if (chunk >= track.sampleCount) return place;  // past the end: no byte of any chunk
   place.offset = static_cast<std::uint32_t>(std::uint64_t{track.samples[chunk].size} * left / chunkUnits);
-  const CodecPlugin* plugin = codecs::activePlugins().audioDecoder;
+  const CodecPlugin* plugin = playback.plugins.active.audioDecoder;
   if (plugin != nullptr && plugin->codecType == MP4LIB_CODEC_TYPE_AMR) place.offset -= place.offset % kAmrFrameBytes;
   return place;
 }
 
 // The next audio read starts at the place.
-void recordAudioPlace(const frame::TrackRecord& track, const AudioPlace& place) {
-  PlaybackState& state = decoderContext().playback;
+void recordAudioPlace(Player& player, const container::TrackRecord& track, const AudioPlace& place) {
+  PlaybackState& state = player.playback;
   const bool inside = place.entry >= 0 && place.entry < track.sampleCount;
   const std::uint32_t size = inside ? track.samples[place.entry].size : 0;
   state.audioEntry = place.entry;
@@ -91,14 +89,17 @@ void recordAudioPlace(const frame::TrackRecord& track, const AudioPlace& place) 
 
 }  // namespace
 
-std::int32_t placeAudio(std::int32_t timeMs, std::int32_t* entry, std::uint32_t* offset, std::int32_t* adjustedMs) {
-  const frame::TrackRecord* track = audioTrack();
+std::int32_t placeAudio(Playback& playback, std::int32_t timeMs, std::int32_t* entry, std::uint32_t* offset,
+                        std::int32_t* adjustedMs) {
+  Player& player = playback.player;
+  const container::TrackRecord* track = audioTrack(player);
   AudioPlace place;
   std::int32_t result = 0;
   if (track != nullptr && timeMs >= 0) {
-    const std::int64_t units = oldFormat() ? timeMs : std::int64_t{track->mediaTimeScale} * timeMs / 1000;
-    place = track->constantSize ? placeInChunks(*track, timeMs, units) : placeInSamples(*track, units);
-    recordAudioPlace(*track, place);
+    const std::int64_t units = oldFormat(player) ? timeMs : std::int64_t{track->mediaTimeScale} * timeMs / 1000;
+    place = track->constantSize ? placeInChunks(playback, *track, timeMs, units)
+                                : placeInSamples(player, *track, units);
+    recordAudioPlace(player, *track, place);
     result = 1;
   }
   if (entry != nullptr) *entry = place.entry;
@@ -107,68 +108,40 @@ std::int32_t placeAudio(std::int32_t timeMs, std::int32_t* entry, std::uint32_t*
   return result;
 }
 
-std::int32_t videoEntryAt(std::int32_t timeMs, std::int32_t* entry) {
-  const frame::TrackRecord* track = videoTrack();
+std::int32_t videoEntryAt(Player& player, std::int32_t timeMs, std::int32_t* entry) {
+  const container::TrackRecord* track = videoTrack(player);
   if (track == nullptr) return 0;
   std::int32_t found = 0;
   if (track->timeRunCount == 1) {
-    found = truncateToI32(static_cast<float>(timeMs) / track->frameDurationMs);
+    found = container::wrapToInt32(static_cast<float>(timeMs) / track->frameDurationMs);
     if (found > track->sampleCount - 1) found = track->sampleCount - 1;
   } else {
-    entryForTime(*track, timeMs, &found);
+    container::entryForTime(*track, timeMs, &found, player.playback.cachedTimeRun);
   }
   if (entry != nullptr) *entry = found;
   return 1;
 }
 
-}  // namespace mp4lib::reader
-
-using namespace mp4lib;
-
-extern "C" MP4LIB_API int32_t setAudioEntryByTime(int32_t timeMs, int32_t* entry, uint32_t* offset,
-                                                  int32_t* adjustedMs) {
-  return reader::placeAudio(timeMs, entry, offset, adjustedMs);
-}
-
-extern "C" MP4LIB_API int32_t getVideoEntryByTime(int32_t timeMs, int32_t* entry) {
-  return reader::videoEntryAt(timeMs, entry);
-}
-
-extern "C" MP4LIB_API int32_t getVideoTimeByEntry(int32_t entry, uint32_t* timeMs) {
-  const frame::TrackRecord* track = reader::videoTrack();
+std::int32_t videoTimeOf(Player& player, std::int32_t entry, std::uint32_t* timeMs) {
+  const container::TrackRecord* track = videoTrack(player);
   if (track == nullptr) return 0;
   std::uint32_t time = 0;
   if (track->timeRunCount == 1) {
-    time = reader::truncateToU32(static_cast<float>(entry) * track->frameDurationMs);
+    time = container::wrapToUint32(static_cast<float>(entry) * track->frameDurationMs);
   } else if (entry != 0) {
-    time = reader::timeOfEntry(*track, entry).ms;
+    time = container::timeOfEntry(*track, entry).ms;
   }
   if (timeMs != nullptr) *timeMs = time;
   return 1;
 }
 
-extern "C" MP4LIB_API int32_t seek(int32_t timeMs, int32_t* usedMs, int32_t* videoEntry, int32_t* audioEntry) {
-  if (!reader::decoderOpen()) return 0;
-  std::int32_t result = 1;
-  std::int32_t target = timeMs;
-  std::int32_t audio = 0;
-  if (reader::audioTrack() != nullptr) {
-    std::uint32_t offset = 0;
-    result = reader::placeAudio(timeMs, &audio, &offset, &target);
-    if (result != 0) {
-      // A playing device gives back every queued buffer before playback moves.
-      if (audio::waveOutIsOpen() && !audio::resetWaveOutForSeek()) return 0;
-      audio::setWaveOutAudioEntry(audio);
-    }
-  }
+std::int32_t seekVideoEntry(Player& player, std::int32_t targetMs) {
+  const container::TrackRecord* track = videoTrack(player);
+  if (track == nullptr) return 0;
   std::int32_t video = 0;
-  if (const frame::TrackRecord* track = reader::videoTrack()) {
-    reader::videoEntryAt(target, &video);
-    // An entry equal to the frame count passes unchanged; kept so.
-    if (video > track->sampleCount) video = track->sampleCount - 1;
-  }
-  if (usedMs != nullptr) *usedMs = target;
-  if (videoEntry != nullptr) *videoEntry = video;
-  if (audioEntry != nullptr) *audioEntry = audio;
-  return result;
+  videoEntryAt(player, targetMs, &video);
+  if (video > track->sampleCount) video = track->sampleCount - 1;
+  return video;
 }
+
+}  // namespace mp4lib::playback

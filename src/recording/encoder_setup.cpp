@@ -1,61 +1,56 @@
-#include "frame/encoder.h"
+#include "recording/encoder_setup.h"
 
-#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "codecs/audio_plugin.h"
 #include "codecs/file_kind.h"
-#include "codecs/plugin_registry.h"
-#include "frame/encode_path.h"
-#include "frame/encoder_context.h"
-#include "frame/library.h"
-#include "frame/track_tables.h"
-#include "frame/truncate.h"
-#include "mp4lib.h"
+#include "codecs/plugin_result.h"
+#include "container/numeric.h"
+#include "container/recorded_tables.h"
 #include "platform/platform.h"
-#include "writer/buffered_file.h"
-#include "writer/file_header.h"
 
-namespace mp4lib::frame {
+namespace mp4lib::recording {
 
 namespace {
 
-std::atomic<DiskSpaceQuery> diskSpaceQuery{platform::diskSpace};
+using container::RecordedMovie;
+using container::RecordedTrack;
 
 constexpr const char* kVideoCompressorName = "Kelvane Video Codec";
 constexpr const char* kAudioCompressorName = "Kelvane Audio Codec";
-constexpr std::uint32_t kVideoDepth = 24;           // bits per pixel
-constexpr std::uint32_t kAudioSampleBits = 16;      // bits
+constexpr std::uint32_t kVideoDepth = 24;             // bits per pixel
+constexpr std::uint32_t kAudioSampleBits = 16;        // bits
 constexpr std::uint32_t kAudioDescriptorRate = 8000;  // Hz
 constexpr std::uint16_t kAmrModeSet = 0x0080;
 constexpr std::uint32_t kAmrFrameMs = 20;
 
-bool lowByteFailed(Mp4Word result) { return (result & 0xFF) == 0; }
-
-bool recording(std::uint32_t flag) { return (encoderContext().flags & flag) != 0; }
+bool recording(const EncoderContext& context, std::uint32_t flag) { return (context.flags & flag) != 0; }
 
 // Opens the video plug-in of the params' codec type (flag 4). Its
 // initEncode fills the picture fields of the context.
-Mp4Word openVideoEncoder(EncoderParams& params, EncoderContext& context) {
-  if (!recording(MP4LIB_RECORD_VIDEO)) return 1;
-  CodecPlugin* plugin = codecs::findCodecPluginByType(params.videoCodecType);
+Mp4Word openVideoEncoder(codecs::PluginRegistry& plugins, EncoderParams& params, EncoderContext& context) {
+  if (!recording(context, MP4LIB_RECORD_VIDEO)) return 1;
+  CodecPlugin* plugin = codecs::findCodecPluginByType(plugins, params.videoCodecType);
   context.videoPlugin = plugin;
-  codecs::activePlugins().videoEncoder = plugin;
+  plugins.active.videoEncoder = plugin;
   if (plugin == nullptr || plugin->initEncode == nullptr) return 0;
   return plugin->initEncode(reinterpret_cast<Mp4Word>(&params), reinterpret_cast<Mp4Word>(&context));
 }
 
-Mp4Word openAudioEncoder(const EncoderParams& params, EncoderContext& context) {
-  if (!recording(MP4LIB_RECORD_AUDIO)) return 1;
+Mp4Word openAudioEncoder(Recorder& recorder, codecs::PluginRegistry& plugins, const EncoderParams& params) {
+  EncoderContext& context = recorder.context;
+  if (!recording(context, MP4LIB_RECORD_AUDIO)) return 1;
   context.audioBits = params.audioBits;
   context.audioSampleRate = params.audioSampleRate;
   context.audioChannels = params.audioChannels;
   context.audioBlockMs = params.audioBlockMs;
-  const Mp4Word result = codecs::openAudioCodecPlugin(params.audioCodecType, params.audioSampleRate,
-                                                      params.audioChannels, true, params.audioOption);
-  context.audioPlugin = codecs::activePlugins().audioEncoder;
+  context.pcmBytesPerBlock =
+      codecs::pcmBytesPerBlock(context.audioBits, context.audioBlockMs, context.audioSampleRate, context.audioChannels);
+  recorder.captureBlockBytes.store(context.pcmBytesPerBlock);
+  const Mp4Word result = codecs::openAudioCodecPlugin(plugins, params.audioCodecType, true, params.audioOption, {});
+  context.audioPlugin = plugins.active.audioEncoder;
   return result;
 }
 
@@ -65,11 +60,11 @@ void finalizePlugin(CodecPlugin*& plugin, CodecPlugin*& active) {
   active = nullptr;
 }
 
-void forgetPlugins(EncoderContext& context) {
+void forgetPlugins(EncoderContext& context, codecs::ActivePlugins& active) {
   context.videoPlugin = nullptr;
   context.audioPlugin = nullptr;
-  codecs::activePlugins().videoEncoder = nullptr;
-  codecs::activePlugins().audioEncoder = nullptr;
+  active.videoEncoder = nullptr;
+  active.audioEncoder = nullptr;
 }
 
 // The frame buffer: short planar 4:2:0 at the coded size, Y then U then V.
@@ -97,7 +92,7 @@ void releaseFrameBuffer(EncoderContext& context) {
 }
 
 bool enoughDiskSpace(EncoderContext& context) {
-  if (!diskSpaceQuery.load()(&context.freeBytes, &context.totalBytes)) {
+  if (!platform::diskSpace(&context.freeBytes, &context.totalBytes)) {
     context.freeBytes = 0;
     context.totalBytes = 0;
   }
@@ -117,30 +112,30 @@ CodecDescriptor* newDescriptor(const char* name, std::int32_t kind, const CodecP
   return codec;
 }
 
-bool prepareVideoTrack(TrackRecord& track, const EncoderContext& context) {
+bool prepareVideoTrack(RecordedTrack& track, const EncoderContext& context) {
   track.trackId = 1;
-  track.mediaTimeScale = static_cast<std::uint32_t>(truncateToInt32(1000.0 * context.frameRate));
+  track.mediaTimeScale = static_cast<std::uint32_t>(container::saturateToInt32(1000.0 * context.frameRate));
   track.width = context.width;
   track.height = context.height;
-  track.codec = newDescriptor(kVideoCompressorName, MP4LIB_CATEGORY_VIDEO, context.videoPlugin);
+  track.codec = newDescriptor(kVideoCompressorName, MP4LIB_KIND_VIDEO, context.videoPlugin);
   if (track.codec == nullptr) return false;
   track.codec->bitsPerSample = kVideoDepth;
   track.codec->width = context.codedWidth;
   track.codec->height = context.codedHeight;
-  if (!reserveSamples(track, kSampleTableGrowth)) return false;
-  if (context.timingMode == 1) return reserveTimeEntries(track, kTimeTableGrowth);
+  if (!container::reserveSamples(track, container::kSampleTableGrowth)) return false;
+  if (context.timingMode == 1) return container::reserveTimeEntries(track, container::kTimeTableGrowth);
   // Constant rate: one entry, settled when the file is closed.
   const double frameMs = 1000.0 / context.frameRate;
   track.frameDurationMs = frameMs > 0.0 && frameMs < 3.0e38 ? static_cast<float>(frameMs) : 0.0f;
-  if (!reserveTimeEntries(track, 1)) return false;
-  appendTimeEntry(track, 0, 0);
+  if (!container::reserveTimeEntries(track, 1)) return false;
+  container::appendTimeEntry(track, 0, 0);
   return true;
 }
 
-bool prepareAudioTrack(TrackRecord& track, std::uint32_t trackId, const EncoderContext& context) {
+bool prepareAudioTrack(RecordedTrack& track, std::uint32_t trackId, const EncoderContext& context) {
   track.trackId = trackId;
-  track.mediaTimeScale = kMovieTimeScale;
-  track.codec = newDescriptor(kAudioCompressorName, MP4LIB_CATEGORY_AUDIO, context.audioPlugin);
+  track.mediaTimeScale = container::kMovieTimeScale;
+  track.codec = newDescriptor(kAudioCompressorName, MP4LIB_KIND_AUDIO, context.audioPlugin);
   if (track.codec == nullptr) return false;
   track.codec->bitsPerSample = kAudioSampleBits;
   track.codec->sampleRate = kAudioDescriptorRate;
@@ -148,22 +143,22 @@ bool prepareAudioTrack(TrackRecord& track, std::uint32_t trackId, const EncoderC
   track.codec->amrModeSet = kAmrModeSet;
   track.codec->amrModeChangePeriod = 0;
   track.codec->amrFramesPerSample = static_cast<std::uint8_t>(context.audioBlockMs / kAmrFrameMs);
-  if (!reserveSamples(track, kSampleTableGrowth)) return false;
+  if (!container::reserveSamples(track, container::kSampleTableGrowth)) return false;
   // One entry for every block: its count grows with each stored block.
-  if (!reserveTimeEntries(track, 1)) return false;
-  appendTimeEntry(track, 0, context.audioBlockMs);
+  if (!container::reserveTimeEntries(track, 1)) return false;
+  container::appendTimeEntry(track, 0, context.audioBlockMs);
   return true;
 }
 
 // Prepares the movie record and its tracks for writing `file` (which may be
 // null when the file could not be opened).
-bool prepareMovie(std::FILE* file) {
-  const EncoderContext& context = encoderContext();
-  MovieContext& movie = movieContext();
-  resetMovieContext(movie);
-  writer::openMovieFile(file, 1);
-  const bool video = recording(MP4LIB_RECORD_VIDEO);
-  const bool audio = recording(MP4LIB_RECORD_AUDIO);
+bool prepareMovie(Recorder& recorder, std::FILE* file) {
+  const EncoderContext& context = recorder.context;
+  RecordedMovie& movie = recorder.movie;
+  container::resetRecordedMovie(movie);
+  container::reopenBufferedFile(recorder.file, recorder.buffers, 1, file);
+  const bool video = recording(context, MP4LIB_RECORD_VIDEO);
+  const bool audio = recording(context, MP4LIB_RECORD_AUDIO);
   movie.trackCount = (video ? 1 : 0) + (audio ? 1 : 0);
   movie.streamCount = 2;
   if (video) {
@@ -179,98 +174,92 @@ bool prepareMovie(std::FILE* file) {
   return true;
 }
 
-TrackRecord* preparedTrack(int index, std::int32_t kind) {
-  if (!encoderActive() || index < 0 || index >= kMaxTracks) return nullptr;
-  TrackRecord& track = movieContext().tracks[index];
+RecordedTrack* preparedTrack(Recorder& recorder, int index, std::int32_t kind) {
+  if (!recorder.active.load() || index < 0 || index >= container::kMaxTracks) return nullptr;
+  RecordedTrack& track = recorder.movie.tracks[index];
   if (track.codec == nullptr || track.codec->kind != kind) return nullptr;
   return &track;
 }
 
+void finalizePlugins(EncoderContext& context, codecs::ActivePlugins& active) {
+  finalizePlugin(context.videoPlugin, active.videoEncoder);
+  finalizePlugin(context.audioPlugin, active.audioEncoder);
+}
+
 }  // namespace
 
-TrackRecord* videoRecordingTrack() {
-  if (!recording(MP4LIB_RECORD_VIDEO) || movieContext().videoPresent == 0) return nullptr;
-  return preparedTrack(movieContext().videoTrackIndex, MP4LIB_CATEGORY_VIDEO);
+RecordedTrack* videoRecordingTrack(Recorder& recorder) {
+  if (!recording(recorder.context, MP4LIB_RECORD_VIDEO) || recorder.movie.videoPresent == 0) return nullptr;
+  return preparedTrack(recorder, recorder.movie.videoTrackIndex, MP4LIB_KIND_VIDEO);
 }
 
-TrackRecord* audioRecordingTrack() {
-  if (!recording(MP4LIB_RECORD_AUDIO)) return nullptr;
-  return preparedTrack(movieContext().audioTrackIndex, MP4LIB_CATEGORY_AUDIO);
+RecordedTrack* audioRecordingTrack(Recorder& recorder) {
+  if (!recording(recorder.context, MP4LIB_RECORD_AUDIO)) return nullptr;
+  return preparedTrack(recorder, recorder.movie.audioTrackIndex, MP4LIB_KIND_AUDIO);
 }
 
-bool timestampsDecideDurations() { return encoderContext().timingMode == 1; }
+bool timestampsDecideDurations(const Recorder& recorder) { return recorder.context.timingMode == 1; }
 
-void setDiskSpaceQueryForTesting(DiskSpaceQuery query) {
-  diskSpaceQuery.store(query != nullptr ? query : platform::diskSpace);
-}
-
-}  // namespace mp4lib::frame
-
-using namespace mp4lib;
-
-extern "C" MP4LIB_API Mp4Word initEncoder(EncoderParams* params, EncoderContext** out) {
-  if (frame::decoderActive() || frame::encoderActive() || params == nullptr || out == nullptr) return 0;
-  EncoderContext& context = frame::encoderContext();
+Mp4Word startEncoder(Recorder& recorder, codecs::PluginRegistry& plugins, EncoderParams& params) {
+  EncoderContext& context = recorder.context;
   // A file left open by an earlier context must be closed first, or it
   // would be lost with the context.
   if (context.outputFile != nullptr) return 0;
   context = EncoderContext{};
-  if (!frame::enoughDiskSpace(context)) return 0;
-  context.flags = params->flags;
-  const Mp4Word video = frame::openVideoEncoder(*params, context);
-  if (frame::lowByteFailed(video)) {
-    frame::forgetPlugins(context);
+  if (!enoughDiskSpace(context)) return 0;
+  context.flags = params.flags;
+  const Mp4Word video = openVideoEncoder(plugins, params, context);
+  if (codecs::pluginFailed(video)) {
+    forgetPlugins(context, plugins.active);
     return video;
   }
-  const Mp4Word audio = frame::openAudioEncoder(*params, context);
-  if (frame::lowByteFailed(audio)) {
-    frame::finalizePlugin(context.videoPlugin, codecs::activePlugins().videoEncoder);
-    frame::forgetPlugins(context);
+  const Mp4Word audio = openAudioEncoder(recorder, plugins, params);
+  if (codecs::pluginFailed(audio)) {
+    finalizePlugin(context.videoPlugin, plugins.active.videoEncoder);
+    forgetPlugins(context, plugins.active);
     return audio;
   }
-  context.videoCodecType = params->videoCodecType;
-  context.audioCodecType = params->audioCodecType;
-  if (!frame::allocateFrameBuffer(context)) {
-    frame::finalizePlugin(context.videoPlugin, codecs::activePlugins().videoEncoder);
-    frame::finalizePlugin(context.audioPlugin, codecs::activePlugins().audioEncoder);
+  context.videoCodecType = params.videoCodecType;
+  context.audioCodecType = params.audioCodecType;
+  if (!allocateFrameBuffer(context)) {
+    finalizePlugins(context, plugins.active);
     return 0;
   }
-  frame::startEncodeTiming();
-  *out = &context;
-  frame::setEncoderActive(true);
+  recorder.timing = EncodeTiming{true, 0, 0, 0};
+  recorder.active.store(true);
   return 1;
 }
 
-extern "C" MP4LIB_API int32_t createEncodeFile(const wchar_t* path) {
-  EncoderContext& context = frame::encoderContext();
-  if (!frame::encoderActive() || context.outputFile != nullptr) return 0;
+std::int32_t createFile(Recorder& recorder, const wchar_t* path) {
+  EncoderContext& context = recorder.context;
+  if (!recorder.active.load() || context.outputFile != nullptr) return 0;
   // The extension is looked at and then ignored: every file is 3GP.
   (void)codecs::classifyFileExtension(codecs::fileExtension(path));
-  context.containerMode = writer::kContainer3gp;
+  context.containerMode = kContainer3gp;
   std::FILE* file = platform::openFile(path, "wb");
   context.outputFile = file;
-  if (!frame::prepareMovie(file)) {
+  if (!prepareMovie(recorder, file)) {
     if (file != nullptr) std::fclose(file);
     context.outputFile = nullptr;
-    writer::openMovieFile(nullptr, 1);
-    frame::resetMovieContext(frame::movieContext());
+    container::reopenBufferedFile(recorder.file, recorder.buffers, 1, nullptr);
+    container::resetRecordedMovie(recorder.movie);
     return 0;
   }
   return file != nullptr ? 1 : 0;
 }
 
-extern "C" MP4LIB_API int32_t getEncodeFilePos(void) {
-  auto* file = static_cast<std::FILE*>(frame::encoderContext().outputFile);
+std::int32_t filePosition(const Recorder& recorder) {
+  auto* file = static_cast<std::FILE*>(recorder.context.outputFile);
   if (file == nullptr) return 0;
-  return static_cast<int32_t>(std::ftell(file));
+  return static_cast<std::int32_t>(std::ftell(file));
 }
 
-extern "C" MP4LIB_API void finalizeEncoder(void) {
-  if (!frame::encoderActive()) return;
-  EncoderContext& context = frame::encoderContext();
-  frame::freeTrackRecords(frame::movieContext());
-  frame::finalizePlugin(context.videoPlugin, codecs::activePlugins().videoEncoder);
-  frame::finalizePlugin(context.audioPlugin, codecs::activePlugins().audioEncoder);
-  frame::releaseFrameBuffer(context);
-  frame::setEncoderActive(false);
+void finishEncoder(Recorder& recorder, codecs::PluginRegistry& plugins) {
+  if (!recorder.active.load()) return;
+  container::freeRecordedTracks(recorder.movie);
+  finalizePlugins(recorder.context, plugins.active);
+  releaseFrameBuffer(recorder.context);
+  recorder.active.store(false);
 }
+
+}  // namespace mp4lib::recording

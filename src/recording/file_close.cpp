@@ -1,21 +1,15 @@
 // closeEncodeFile: settles durations and time scales, appends "moov" after
 // the media data, patches the "mdat" size and closes the file.
+#include "recording/file_close.h"
+
 #include <cstdio>
 
-#include "codecs/plugin_registry.h"
-#include "frame/encode_path.h"
-#include "frame/encoder.h"
-#include "frame/encoder_context.h"
-#include "frame/movie_context.h"
-#include "frame/track_tables.h"
-#include "frame/truncate.h"
-#include "mp4lib.h"
-#include "writer/box_types.h"
-#include "writer/boxes.h"
-#include "writer/buffered_file.h"
-#include "writer/file_header.h"
+#include "container/box_types.h"
+#include "container/boxes.h"
+#include "container/numeric.h"
+#include "container/recorded_tables.h"
 
-namespace mp4lib::writer {
+namespace mp4lib::recording {
 
 namespace {
 
@@ -29,21 +23,20 @@ constexpr float kAmrSamplesPerFrame = 160.0f;
 // single precision, truncated.
 std::uint32_t toMediaUnits(std::uint32_t timeScale, float ms) {
   const float unitsPerMs = static_cast<float>(timeScale) * kMsToSeconds;
-  return static_cast<std::uint32_t>(frame::truncateToInt32(unitsPerMs * ms));
+  return static_cast<std::uint32_t>(container::saturateToInt32(unitsPerMs * ms));
 }
 
 // Timestamps: the last frame gets 33 ms, plus 33 ms for every frame that
 // shared its timestamp with the next and was never given a share of a later
 // gap; then every entry moves from ms to media units.
-void settleTimestampedVideo(frame::TrackRecord& track) {
-  const frame::EncodeTiming& timing = frame::encodeTiming();
+void settleTimestampedVideo(container::RecordedTrack& track, const EncodeTiming& timing) {
   std::uint32_t zeros = 0;
   for (std::int32_t i = 0; i < track.sttsCount; ++i) zeros += track.stts[i].delta == 0 ? 1 : 0;
   std::uint32_t last = kLastFrameMs + kLastFrameMs * zeros;
   track.trackDuration = static_cast<std::uint64_t>(timing.lastTimestamp - timing.firstTimestamp) + last;
-  if (frame::reserveTimeEntries(track, 1)) {
-    frame::spreadTimeToSampleDelta(track.stts, track.sttsCount, &last);
-    frame::appendTimeEntry(track, 1, last);
+  if (container::reserveTimeEntries(track, 1)) {
+    container::spreadTimeToSampleDelta(track.stts, track.sttsCount, &last);
+    container::appendTimeEntry(track, 1, last);
   }
   track.mediaDuration = static_cast<std::uint32_t>(track.trackDuration * track.mediaTimeScale / 1000u);
   for (std::int32_t i = 0; i < track.sttsCount; ++i) {
@@ -52,9 +45,9 @@ void settleTimestampedVideo(frame::TrackRecord& track) {
 }
 
 // Constant rate: n frames of 1 / frame rate each, in one entry.
-void settleConstantRateVideo(frame::TrackRecord& track, double frameRate) {
+void settleConstantRateVideo(container::RecordedTrack& track, double frameRate) {
   const std::uint32_t n = track.sampleCount > 0 ? static_cast<std::uint32_t>(track.sampleCount) : 0;
-  track.trackDuration = frame::truncateToUint64(static_cast<double>(n) * 1000.0 / frameRate);
+  track.trackDuration = container::saturateToUint64(static_cast<double>(n) * 1000.0 / frameRate);
   track.mediaDuration = toMediaUnits(track.mediaTimeScale, static_cast<float>(track.trackDuration));
   if (track.stts == nullptr || track.sttsCount < 1) return;
   track.stts[0].sampleCount = n;
@@ -62,20 +55,20 @@ void settleConstantRateVideo(frame::TrackRecord& track, double frameRate) {
 }
 
 // Returns the movie duration candidate of the video track, ms.
-std::uint32_t settleVideoTrack(frame::TrackRecord& track, frame::MovieContext& movie) {
-  const EncoderContext& context = frame::encoderContext();
+std::uint32_t settleVideoTrack(const Recorder& recorder, container::RecordedTrack& track,
+                               container::RecordedMovie& movie) {
   track.creationTime = movie.creationTime;
-  if (frame::timestampsDecideDurations()) {
-    settleTimestampedVideo(track);
+  if (timestampsDecideDurations(recorder)) {
+    settleTimestampedVideo(track, recorder.timing);
   } else {
-    settleConstantRateVideo(track, context.frameRate);
+    settleConstantRateVideo(track, recorder.context.frameRate);
   }
   movie.mdatPayloadSize += track.totalSampleBytes;
   return track.trackDuration > 0 ? static_cast<std::uint32_t>(track.trackDuration) : 0;
 }
 
 // Returns the audio track's duration, ms.
-std::uint32_t settleAudioTrack(frame::TrackRecord& track, frame::MovieContext& movie) {
+std::uint32_t settleAudioTrack(container::RecordedTrack& track, container::RecordedMovie& movie) {
   movie.mdatPayloadSize += track.totalSampleBytes;
   if (track.codec != nullptr && track.codec->codecId == MP4LIB_CODEC_ID_AMR) {
     track.frameDurationMs = kAmrFrameMs;
@@ -92,45 +85,49 @@ std::uint32_t settleAudioTrack(frame::TrackRecord& track, frame::MovieContext& m
   return static_cast<std::uint32_t>(track.trackDuration);
 }
 
-void forgetFile() {
-  frame::encoderContext().outputFile = nullptr;
-  openMovieFile(nullptr, 1);
+void forgetFile(Recorder& recorder) {
+  recorder.context.outputFile = nullptr;
+  container::reopenBufferedFile(recorder.file, recorder.buffers, 1, nullptr);
+}
+
+// The longest track's duration, ms, once every track's times are settled.
+std::uint32_t settleTracks(Recorder& recorder) {
+  const EncoderContext& context = recorder.context;
+  container::RecordedMovie& movie = recorder.movie;
+  std::uint32_t duration = 0;
+  container::RecordedTrack* video = context.videoPlugin != nullptr ? videoRecordingTrack(recorder) : nullptr;
+  if (video != nullptr) duration = settleVideoTrack(recorder, *video, movie);
+  container::RecordedTrack* audio = context.audioPlugin != nullptr ? audioRecordingTrack(recorder) : nullptr;
+  if (audio != nullptr) {
+    const std::uint32_t audioDuration = settleAudioTrack(*audio, movie);
+    if (audioDuration > duration) duration = audioDuration;
+  }
+  return duration;
 }
 
 }  // namespace
 
-}  // namespace mp4lib::writer
-
-using namespace mp4lib;
-
-extern "C" MP4LIB_API int32_t closeEncodeFile(void) {
-  EncoderContext& context = frame::encoderContext();
-  auto* output = static_cast<std::FILE*>(context.outputFile);
+std::int32_t closeFile(Recorder& recorder) {
+  auto* output = static_cast<std::FILE*>(recorder.context.outputFile);
   if (output == nullptr) return 0;
-  writer::BufferedFile& file = writer::movieFile();
-  if (!writer::is3gpMode(context.containerMode)) {
-    writer::waitIdle(file);
+  container::BufferedFile& file = recorder.file;
+  if (!is3gpMode(recorder.context.containerMode)) {
+    container::waitIdle(file);
     std::fclose(output);
-    writer::forgetFile();
+    forgetFile(recorder);
     return 1;
   }
-  frame::MovieContext& movie = frame::movieContext();
-  std::uint32_t duration = 0;
-  frame::TrackRecord* video = context.videoPlugin != nullptr ? frame::videoRecordingTrack() : nullptr;
-  if (video != nullptr) duration = writer::settleVideoTrack(*video, movie);
-  frame::TrackRecord* audio = context.audioPlugin != nullptr ? frame::audioRecordingTrack() : nullptr;
-  if (audio != nullptr) {
-    const std::uint32_t audioDuration = writer::settleAudioTrack(*audio, movie);
-    if (audioDuration > duration) duration = audioDuration;
-  }
-  movie.duration = duration;
-  writer::writeMoov(file, movie);
+  container::RecordedMovie& movie = recorder.movie;
+  movie.duration = settleTracks(recorder);
+  container::writeMoov(file, movie);
   // The seek writes the buffered "moov" out first.
   file.seek(file, static_cast<std::int64_t>(movie.mdatOffset), SEEK_SET);
-  writer::writeU32(file, static_cast<std::uint32_t>(movie.mdatPayloadSize + writer::kMdatHeaderSize));
+  container::writeU32(file, static_cast<std::uint32_t>(movie.mdatPayloadSize + container::kMdatHeaderSize));
   file.flush(file, false);
-  writer::waitIdle(file);
+  container::waitIdle(file);
   std::fclose(output);
-  writer::forgetFile();
+  forgetFile(recorder);
   return 1;
 }
+
+}  // namespace mp4lib::recording

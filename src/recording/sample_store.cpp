@@ -1,33 +1,27 @@
-#include "frame/sample_store.h"
+#include "recording/sample_store.h"
 
 #include <cstdio>
 #include <cstring>
 
-#include "frame/encoder.h"
-#include "frame/encoder_context.h"
-#include "frame/library.h"
-#include "frame/track_tables.h"
-#include "platform/platform.h"
-#include "writer/buffered_file.h"
-#include "writer/file_header.h"
+#include "container/recorded_tables.h"
 
-namespace mp4lib::frame {
+namespace mp4lib::recording {
 
 namespace {
 
-TrackRecord* trackOf(SampleKind kind) {
-  return kind == SampleKind::kVideo ? videoRecordingTrack() : audioRecordingTrack();
+container::RecordedTrack* trackOf(Recorder& recorder, SampleKind kind) {
+  return kind == SampleKind::kVideo ? videoRecordingTrack(recorder) : audioRecordingTrack(recorder);
 }
 
 bool writeRaw(std::FILE* file, const void* data, std::size_t size) {
-  return size == 0 || std::fwrite(data, 1, size, file) == size;
+  return size == 0 || platform::writeFile(data, size, file) == size;
 }
 
-bool storeRaw(SampleKind kind, const std::uint8_t* data, std::uint32_t size, std::uint32_t ts,
-              WriteFailure onFailure, bool countFraming) {
-  EncoderContext& context = encoderContext();
+bool storeRaw(Recorder& recorder, platform::CriticalSection& writeLock, SampleKind kind, const std::uint8_t* data,
+              std::uint32_t size, std::uint32_t ts, WriteFailure onFailure, bool countFraming) {
+  EncoderContext& context = recorder.context;
   auto* file = static_cast<std::FILE*>(context.outputFile);
-  platform::Lock hold(writeLock());
+  platform::Lock hold(writeLock);
   bool written = true;
   std::uint32_t counted = size;
   if (kind == SampleKind::kAudio) {
@@ -43,43 +37,43 @@ bool storeRaw(SampleKind kind, const std::uint8_t* data, std::uint32_t size, std
   return true;
 }
 
-bool store3gp(SampleKind kind, const std::uint8_t* data, std::uint32_t size, WriteFailure onFailure) {
-  TrackRecord& track = *trackOf(kind);
-  EncoderContext& context = encoderContext();
-  writer::BufferedFile& file = writer::movieFile();
+bool store3gp(Recorder& recorder, platform::CriticalSection& writeLock, SampleKind kind, const std::uint8_t* data,
+              std::uint32_t size, WriteFailure onFailure) {
+  container::RecordedTrack& track = *trackOf(recorder, kind);
+  container::BufferedFile& file = recorder.file;
   std::uint32_t offset = 0;
   {
-    platform::Lock hold(writeLock());
+    platform::Lock hold(writeLock);
     offset = static_cast<std::uint32_t>(file.tell(file));  // chunk offsets are 32-bit
     const bool written = file.write(file, data, size) != 0;
     if (!written && onFailure == WriteFailure::kRefuse) return false;
-    context.encodedBytes += size;
+    recorder.context.encodedBytes += size;
   }
-  appendSample(track, offset, size);
+  container::appendSample(track, offset, size);
   if (kind == SampleKind::kAudio) track.stts[0].sampleCount += 1;
   return true;
 }
 
 }  // namespace
 
-bool readyToStore(SampleKind kind) {
-  const EncoderContext& context = encoderContext();
-  if (!encoderActive() || context.outputFile == nullptr) return false;
-  if (context.containerMode == writer::kContainerRawStream) return true;
-  if (!writer::is3gpMode(context.containerMode)) return false;
-  TrackRecord* track = trackOf(kind);
+bool readyToStore(Recorder& recorder, SampleKind kind) {
+  const EncoderContext& context = recorder.context;
+  if (!recorder.active.load() || context.outputFile == nullptr) return false;
+  if (context.containerMode == kContainerRawStream) return true;
+  if (!is3gpMode(context.containerMode)) return false;
+  container::RecordedTrack* track = trackOf(recorder, kind);
   if (track == nullptr) return false;
   // Audio counts its blocks in its one timing entry.
   if (kind == SampleKind::kAudio && (track->stts == nullptr || track->sttsCount < 1)) return false;
-  return reserveSamples(*track, 1);
+  return container::reserveSamples(*track, 1);
 }
 
-bool storeSample(SampleKind kind, const std::uint8_t* data, std::uint32_t size, std::uint32_t ts,
-                 WriteFailure onFailure, bool countFraming) {
-  if (encoderContext().containerMode == writer::kContainerRawStream) {
-    return storeRaw(kind, data, size, ts, onFailure, countFraming);
+bool storeSample(Recorder& recorder, platform::CriticalSection& writeLock, SampleKind kind, const std::uint8_t* data,
+                 std::uint32_t size, std::uint32_t ts, WriteFailure onFailure, bool countFraming) {
+  if (recorder.context.containerMode == kContainerRawStream) {
+    return storeRaw(recorder, writeLock, kind, data, size, ts, onFailure, countFraming);
   }
-  return store3gp(kind, data, size, onFailure);
+  return store3gp(recorder, writeLock, kind, data, size, onFailure);
 }
 
-}  // namespace mp4lib::frame
+}  // namespace mp4lib::recording

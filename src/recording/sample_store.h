@@ -7,7 +7,10 @@
 
 #include <cstdint>
 
-namespace mp4lib::frame {
+#include "platform/platform.h"
+#include "recording/recorder.h"
+
+namespace mp4lib::recording {
 
 enum class SampleKind { kVideo, kAudio };
 
@@ -24,13 +27,13 @@ enum class WriteFailure {
 // True when a sample of this kind can be stored now: a file is open in a
 // known container mode and, for 3GP, the track exists and its table has room
 // for one more entry (grown here if needed).
-bool readyToStore(SampleKind kind);
+bool readyToStore(Recorder& recorder, SampleKind kind);
 
 // Stores one sample; readyToStore must have said yes. In a raw stream an
 // audio block is framed with `ts` and the byte counter grows by the framing
 // too when `countFraming` is set. False only for kRefuse when a write
 // failed.
-bool storeSample(SampleKind kind, const std::uint8_t* data, std::uint32_t size, std::uint32_t ts,
-                 WriteFailure onFailure, bool countFraming);
+bool storeSample(Recorder& recorder, platform::CriticalSection& writeLock, SampleKind kind, const std::uint8_t* data,
+                 std::uint32_t size, std::uint32_t ts, WriteFailure onFailure, bool countFraming);
 
-}  // namespace mp4lib::frame
+}  // namespace mp4lib::recording
