@@ -50,7 +50,7 @@ struct BufferedFile {
   FlushHook flush;  // 1 done, 0 when a foreground write fell short
   std::uint64_t position;  // file offset of the first byte of the current slot
   std::uint32_t writeMode;  // 1 buffered writing, 0 reading
-  // Times a hand-over had to wait for the other slot (diagnostics and tests).
+  // Times a hand-over had to wait for the other slot (diagnostics).
   std::atomic<std::uint32_t> idleWaits;
   // Writes that returned 0 since opening; lets the box writers' size checks
   // tell a short write from a wrong size.

@@ -19,8 +19,8 @@ namespace mp4lib::pixels::simd {
 // "sse2" or "none".
 const char* instructionSet();
 
-// True when this build has them and the platform allows them (tests switch
-// them off there to compare against the references).
+// True when this build has them and the platform allows them (they can be
+// switched off there to compare them with the references).
 bool enabled();
 
 // RGB24 / RGB16 (equations, red-first luma) row pairs to short planar.

@@ -29,15 +29,15 @@ std::vector<std::wstring> findFiles(const std::wstring& folder, const std::wstri
 extern const wchar_t* const kPluginPattern;
 
 // Free bytes available to the caller and total bytes of the volume holding
-// the current folder. False when the system cannot tell. Tests may answer
-// instead of the system; null restores it.
+// the current folder. False when the system cannot tell. A stand-in may
+// answer instead of the system; null restores it.
 bool diskSpace(std::uint64_t* freeToCaller, std::uint64_t* total);
 using DiskSpaceQuery = bool (*)(std::uint64_t* freeToCaller, std::uint64_t* total);
 void setDiskSpaceForTesting(DiskSpaceQuery query);
 
 // Every byte the library writes to a file goes through here (fwrite
-// semantics: returns the bytes written). Tests install a slow, short or
-// failing writer; null restores fwrite.
+// semantics: returns the bytes written). A slow, short or failing writer
+// may stand in; null restores fwrite.
 std::size_t writeFile(const void* data, std::size_t length, std::FILE* file);
 using FileWrite = std::size_t (*)(const void* data, std::size_t length, std::FILE* file);
 void setFileWriteForTesting(FileWrite write);
@@ -100,8 +100,8 @@ Signal& detachedWorkSignal();
 
 void sleepMs(std::uint32_t ms);
 
-// Milliseconds on a 32-bit clock that wraps (timeGetTime). Tests may replace
-// the source with setClockForTesting; null restores the system clock.
+// Milliseconds on a 32-bit clock that wraps (timeGetTime). Another source
+// may stand in (setClockForTesting); null restores the system clock.
 std::uint32_t timeGetTimeMs();
 void setClockForTesting(std::uint32_t (*clock)());
 
@@ -128,7 +128,7 @@ void setOwnModule(ModuleHandle module);
 // ---- Vector instructions ---------------------------------------------------------
 
 // Whether the pixel kernels may use the processor's vector instructions.
-// True unless a test switched them off to compare against the scalar code.
+// True unless switched off, to compare them with the scalar code.
 bool vectorInstructionsAllowed();
 void allowVectorInstructionsForTesting(bool allowed);
 

@@ -1,4 +1,4 @@
-// The places where tests may stand in for the system: disk space, file
+// The places where a stand-in may answer for the system: disk space, file
 // writes and the pixel kernels' vector instructions. Each defaults to the
 // real thing.
 #include <atomic>

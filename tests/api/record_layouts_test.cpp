@@ -6,7 +6,7 @@
 #include <cstddef>
 
 #include "codecs/plugin_registry.h"
-#include "frame/sample_records.h"
+#include "container/sample_records.h"
 #include "mp4lib_plugin.h"
 
 namespace {

@@ -5,9 +5,9 @@
 
 #include <vector>
 
-#include "frame/encode_path.h"
-#include "frame/encoder_context.h"
-#include "frame/movie_context.h"
+#include "recording/encode_path.h"
+#include "support/library_state.h"
+#include "container/recorded_movie.h"
 #include "mp4lib.h"
 #include "support/recording.h"
 #include "support/test_plugin.h"
@@ -76,8 +76,8 @@ TEST_F(EncodeConverting, BytePlanar420IsWidenedIntoTheFrame) {
   EXPECT_EQ(frame(), expected);
   expectFrameHanded(8, 80);
   // Both frames were timed like encode_video's.
-  ASSERT_EQ(frame::movieContext().tracks[0].sttsCount, 1);
-  EXPECT_EQ(frame::movieContext().tracks[0].stts[0].delta, 40u);
+  ASSERT_EQ(test::recorder().movie.tracks[0].sttsCount, 1);
+  EXPECT_EQ(test::recorder().movie.tracks[0].stts[0].delta, 40u);
 }
 
 TEST_F(EncodeConverting, ShortPlanar420IsCopied) {
@@ -145,7 +145,7 @@ TEST_F(EncodeConverting, OneStepRgbCallsStoreAndPassTheFrameSampleCount) {
   ASSERT_EQ(encodeRGB16Video(rgb16.data(), 999, out.data(), &size, 1, 40, 0), 1);
   expectFrameHanded(38016, 40);
   for (int i = 0; i < kLuma; ++i) ASSERT_EQ(context->planeY[i], 250) << i;  // RGB16 white
-  EXPECT_EQ(frame::movieContext().tracks[0].sampleCount, 2);
+  EXPECT_EQ(test::recorder().movie.tracks[0].sampleCount, 2);
 }
 
 TEST_F(EncodeConverting, NothingIsConvertedWithoutAPicture) {

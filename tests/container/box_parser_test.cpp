@@ -1,4 +1,4 @@
-#include "reader/box_parser.h"
+#include "container/box_parser.h"
 
 #include <gtest/gtest.h>
 
@@ -6,11 +6,13 @@
 #include <string>
 
 #include "mp4lib_plugin.h"
-#include "reader/box_table.h"
-#include "reader/movie_builder.h"
-#include "reader/parsed_movie.h"
+#include "container/box_table.h"
+#include "container/codec_table.h"
+#include "container/fourcc.h"
+#include "container/movie_builder.h"
+#include "container/parsed_movie.h"
 
-namespace mp4lib::reader {
+namespace mp4lib::container {
 namespace {
 
 using test::box;
@@ -21,7 +23,7 @@ using test::ParsedMovie;
 
 std::string typeText(std::uint32_t type) {
   std::string text(4, ' ');
-  for (int i = 0; i < 4; ++i) text[i] = static_cast<char>(type >> (8 * i));
+  for (int i = 0; i < 4; ++i) text[i] = static_cast<char>(fourccChar(type, i));
   return text;
 }
 
@@ -52,32 +54,32 @@ TEST(BoxTable, SixtySixRowsInTheirSearchOrderAndATerminator) {
 TEST(BoxTable, HandlersByKind) {
   const BoxHandler skip = handlerFor(0);
   for (const char* name : {"stss", "ctts", "cmov", "free", "udta", "elst", "vmhd", "smhd", "dref"}) {
-    EXPECT_EQ(handlerFor(boxType(*reinterpret_cast<const char(*)[5]>(name))), skip) << name;
+    EXPECT_EQ(handlerFor(fourcc(*reinterpret_cast<const char(*)[5]>(name))), skip) << name;
   }
-  EXPECT_EQ(handlerFor(boxType("zzzz")), skip);
+  EXPECT_EQ(handlerFor(fourcc("zzzz")), skip);
   for (const char* name : {"dinf", "mdia", "minf", "stbl", "skip", "uuid", "wave", "mp4a", "edts", "tref"}) {
-    EXPECT_EQ(handlerFor(boxType(*reinterpret_cast<const char(*)[5]>(name))), handlerFor(boxType("stbl"))) << name;
+    EXPECT_EQ(handlerFor(fourcc(*reinterpret_cast<const char(*)[5]>(name))), handlerFor(fourcc("stbl"))) << name;
   }
-  EXPECT_EQ(handlerFor(boxType("co64")), handlerFor(boxType("stco")));
-  EXPECT_NE(handlerFor(boxType("stco")), skip);
+  EXPECT_EQ(handlerFor(fourcc("co64")), handlerFor(fourcc("stco")));
+  EXPECT_NE(handlerFor(fourcc("stco")), skip);
 }
 
 TEST(CodecTags, MatchedWithoutRegardToCase) {
-  EXPECT_EQ(videoCodecIdForTag(boxType("mp4v")), 13);
-  EXPECT_EQ(videoCodecIdForTag(boxType("MP4V")), 13);
-  EXPECT_EQ(videoCodecIdForTag(boxType("divx")), 13);
-  EXPECT_EQ(videoCodecIdForTag(boxType("S263")), 4);
-  EXPECT_EQ(videoCodecIdForTag(boxType("h263")), 4);
-  EXPECT_EQ(videoCodecIdForTag(boxType("Svq3")), 24);
-  EXPECT_EQ(videoCodecIdForTag(boxType("VP31")), 35);
-  EXPECT_EQ(videoCodecIdForTag(boxType("avc1")), 0);
-  EXPECT_EQ(audioCodecIdForTag(boxType("SAMR")), 63);
-  EXPECT_EQ(audioCodecIdForTag(boxType("sowt")), 49);
-  EXPECT_EQ(audioCodecIdForTag(boxType(".MP3")), 6);
+  EXPECT_EQ(videoCodecIdForTag(fourcc("mp4v")), 13);
+  EXPECT_EQ(videoCodecIdForTag(fourcc("MP4V")), 13);
+  EXPECT_EQ(videoCodecIdForTag(fourcc("divx")), 13);
+  EXPECT_EQ(videoCodecIdForTag(fourcc("S263")), 4);
+  EXPECT_EQ(videoCodecIdForTag(fourcc("h263")), 4);
+  EXPECT_EQ(videoCodecIdForTag(fourcc("Svq3")), 24);
+  EXPECT_EQ(videoCodecIdForTag(fourcc("VP31")), 35);
+  EXPECT_EQ(videoCodecIdForTag(fourcc("avc1")), 0);
+  EXPECT_EQ(audioCodecIdForTag(fourcc("SAMR")), 63);
+  EXPECT_EQ(audioCodecIdForTag(fourcc("sowt")), 49);
+  EXPECT_EQ(audioCodecIdForTag(fourcc(".MP3")), 6);
   EXPECT_EQ(audioCodecIdForTag(0x6D730055u), 6);  // 0x55 0x00 's' 'm'
   EXPECT_EQ(audioCodecIdForTag(0x6D730075u), 6);  // 'u' 0x00 's' 'm': the case of 0x55 ('U')
   EXPECT_EQ(audioCodecIdForTag(0x5500736Du), 6);  // 'm' 's' 0x00 0x55
-  EXPECT_EQ(audioCodecIdForTag(boxType("g723")), 69);
+  EXPECT_EQ(audioCodecIdForTag(fourcc("g723")), 69);
   EXPECT_EQ(audioCodecIdForTag(0), 0);
 }
 
@@ -181,7 +183,7 @@ TEST(BoxParser, HeaderFields) {
   EXPECT_EQ(parsed.movie->creationTime, 99u);
   EXPECT_EQ(parsed.movie->timeScale, 600u);
   EXPECT_EQ(parsed.movie->duration, 1200u);
-  const frame::TrackRecord& t = parsed.track(0);
+  const container::TrackRecord& t = parsed.track(0);
   EXPECT_EQ(t.creationTime, 0xC0FFEEu);
   EXPECT_EQ(t.trackId, 7u);
   EXPECT_EQ(t.trackDuration, 4321u);
@@ -217,11 +219,11 @@ TEST(BoxParser, VideoSampleDescription) {
                                        0x18);
   ParsedMovie parsed(concat({test::ftyp(), mdatOf(4), movieWith(videoTrack(entry))}));
   ASSERT_EQ(parsed.status, 0);
-  const frame::TrackRecord& t = parsed.track(0);
+  const container::TrackRecord& t = parsed.track(0);
   const CodecDescriptor& codec = *t.codec;
   EXPECT_EQ(codec.kind, 0);
   EXPECT_EQ(codec.codecId, 13);
-  EXPECT_EQ(codec.codecTag, boxType("MP4V"));
+  EXPECT_EQ(codec.codecTag, fourcc("MP4V"));
   EXPECT_EQ(codec.width, 352u);
   EXPECT_EQ(codec.height, 288u);
   EXPECT_EQ(codec.bitsPerSample, 0x18u);
@@ -463,4 +465,4 @@ TEST(BoxParser, BoxesOutsideAnyTrackChangeNothing) {
 }
 
 }  // namespace
-}  // namespace mp4lib::reader
+}  // namespace mp4lib::container

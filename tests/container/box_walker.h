@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "reader/bytes.h"
+#include "container/bytes.h"
 
 namespace mp4lib::test {
 

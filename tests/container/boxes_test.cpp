@@ -1,4 +1,4 @@
-#include "writer/boxes.h"
+#include "container/boxes.h"
 
 #include <gtest/gtest.h>
 
@@ -6,12 +6,13 @@
 #include <cstdlib>
 #include <vector>
 
+#include "container/fourcc.h"
+#include "container/vendor_payload.h"
 #include "support/expected_3gp.h"
 #include "support/file_bytes.h"
 #include "support/plugin_folder.h"
-#include "writer/file_header.h"
 
-namespace mp4lib::writer {
+namespace mp4lib::container {
 namespace {
 
 using test::Bytes;
@@ -41,7 +42,7 @@ class TrackFixture {
     track.trackId = 1;
     track.mediaTimeScale = 8000;
   }
-  frame::TrackRecord track{};
+  container::RecordedTrack track{};
 
  private:
   CodecDescriptor codec_{};
@@ -66,7 +67,7 @@ TEST(BoxSizes, SampleDescriptionsByCodec) {
 }
 
 TEST(BoxSizes, AmrOnlyMovie) {
-  frame::MovieContext movie{};
+  container::RecordedMovie movie{};
   TrackFixture amr(1, 63, 10, 1);
   movie.tracks[0] = amr.track;
   movie.trackCount = 1;
@@ -85,7 +86,7 @@ TEST(BoxSizes, VideoTracksAddTheSyncTableAndVideoHeader) {
 }
 
 TEST(BoxSizes, EmptyMovieIsTheMovieHeaderAlone) {
-  frame::MovieContext movie{};
+  container::RecordedMovie movie{};
   TrackFixture empty(0, 4, 0, 1);
   movie.tracks[0] = empty.track;
   movie.trackCount = 1;
@@ -174,7 +175,7 @@ TEST_F(BoxBytes, SyncTableMarksOnlyTheFirstSample) {
 }
 
 TEST_F(BoxBytes, MovieHeaderScansOnlyTheFirstTrackCountSlotsForDurationAndIds) {
-  frame::MovieContext movie{};
+  container::RecordedMovie movie{};
   TrackFixture empty(0, 4, 0, 1);
   TrackFixture video(0, 4, 2, 1);
   TrackFixture audio(1, 63, 2, 1);
@@ -198,7 +199,7 @@ TEST_F(BoxBytes, MovieHeaderScansOnlyTheFirstTrackCountSlotsForDurationAndIds) {
 }
 
 TEST_F(BoxBytes, MovieBoxTakesTrackCountTracksWithSamplesFromAnySlot) {
-  frame::MovieContext movie{};
+  container::RecordedMovie movie{};
   TrackFixture empty(0, 4, 0, 1);
   TrackFixture first(0, 4, 1, 1);
   TrackFixture second(1, 63, 1, 1);
@@ -214,23 +215,14 @@ TEST_F(BoxBytes, MovieBoxTakesTrackCountTracksWithSamplesFromAnySlot) {
   EXPECT_EQ(test::readU32(written, 116 + 4), 0x7472616Bu);  // "trak"
 }
 
-TEST(VendorPayload, HoldsTheContextInBothByteOrders) {
-  EncoderContext context{};
-  context.headerWordA = 0x0A0B0C0D;
-  context.headerWordB = 2;
-  context.width = 320;
-  context.height = 240;
-  context.flags = 12;
-  context.frameRate = 29.97;
-  context.headerWordC = 3;
-  context.headerWordD = 4;
-  context.videoCodecType = 1;
-  context.audioCodecType = 0x10101014;
-  context.audioBits = 16;
-  context.audioSampleRate = 8000;
-  context.audioChannels = 2;
+// Recorded: eleven big-endian words, then the codec types and audio format
+// in host order. (Which context field goes where is checked byte for byte by
+// the golden recordings.)
+TEST(VendorPayload, RecordedPayloadHoldsBothByteOrders) {
+  const std::uint32_t words[16] = {fourcc("WMVH"), 0x00010005, 0x0A0B0C0D, 2,          320, 240, 0xCAFEBABE, 12,
+                                   29,             3,          4,          1, 0x10101014, 16,  8000, 2};
   std::uint8_t payload[64];
-  buildVendorPayload(context, 0xCAFEBABE, 0x00010005, payload);
+  encodeVendorPayload(words, VideoTypeOrder::kHost, payload);
   test::expected::VendorFields f;
   f.wordA = 0x0A0B0C0D;
   f.wordB = 2;
@@ -238,7 +230,7 @@ TEST(VendorPayload, HoldsTheContextInBothByteOrders) {
   f.height = 240;
   f.value = 0xCAFEBABE;
   f.flags = 12;
-  f.frameRate = 29;  // truncated
+  f.frameRate = 29;
   f.wordC = 3;
   f.wordD = 4;
   f.videoType = 1;
@@ -249,5 +241,24 @@ TEST(VendorPayload, HoldsTheContextInBothByteOrders) {
   EXPECT_EQ(Bytes(payload, payload + 64), test::expected::vendorPayload(f));
 }
 
+// Read back, the first twelve words are big-endian: the recorded video codec
+// type comes back byte-swapped, the rest as written.
+TEST(VendorPayload, ReadingTakesTwelveBigEndianWords) {
+  const std::uint32_t words[16] = {fourcc("WMVH"), 0x00010005, 7, 8, 176, 144, 9, 12, 15, 0, 0, 1, 0x10101014, 16,
+                                   8000,           1};
+  std::uint8_t payload[64];
+  encodeVendorPayload(words, VideoTypeOrder::kHost, payload);
+  std::uint32_t read[16];
+  decodeVendorPayload(payload, read);
+  EXPECT_EQ(read[0], 0x574D5648u);
+  EXPECT_EQ(read[4], 176u);
+  EXPECT_EQ(read[11], 0x01000000u);
+  EXPECT_EQ(read[12], 0x10101014u);
+  EXPECT_EQ(read[15], 1u);
+  encodeVendorPayload(words, VideoTypeOrder::kBigEndian, payload);
+  decodeVendorPayload(payload, read);
+  EXPECT_EQ(read[11], 1u);
+}
+
 }  // namespace
-}  // namespace mp4lib::writer
+}  // namespace mp4lib::container

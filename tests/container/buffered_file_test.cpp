@@ -1,4 +1,4 @@
-#include "writer/buffered_file.h"
+#include "container/buffered_file.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 #include "support/file_bytes.h"
 #include "support/plugin_folder.h"
 
-namespace mp4lib::writer {
+namespace mp4lib::container {
 namespace {
 
 using test::Bytes;
@@ -40,7 +40,7 @@ class BufferedFileTest : public ::testing::Test {
  protected:
   void SetUp() override {
     rawWrites.clear();
-    setRawWriteForTesting(recordingWrite);
+    platform::setFileWriteForTesting(recordingWrite);
     path = folder.path() / "out.bin";
     file = std::fopen(path.string().c_str(), "wb");
     ASSERT_NE(file, nullptr);
@@ -49,7 +49,7 @@ class BufferedFileTest : public ::testing::Test {
   void TearDown() override {
     waitIdle(record);
     if (file != nullptr) std::fclose(file);
-    setRawWriteForTesting(nullptr);
+    platform::setFileWriteForTesting(nullptr);
   }
   // Flushes, closes and returns what reached the file.
   Bytes finish() {
@@ -175,7 +175,7 @@ TEST_F(BufferedFileTest, SeekFromTheEndLeavesTellAlone) {
 
 TEST_F(BufferedFileTest, ForegroundShortWriteFailsTheFlushAndTheWrite) {
   ASSERT_EQ(write(pattern(100, 0)), 1);
-  setRawWriteForTesting(failingWrite);
+  platform::setFileWriteForTesting(failingWrite);
   EXPECT_EQ(record.flush(record, false), 0);
   EXPECT_EQ(record.failedWrites, 0u);
   ASSERT_EQ(write(pattern(100, 0)), 1);
@@ -186,7 +186,7 @@ TEST_F(BufferedFileTest, ForegroundShortWriteFailsTheFlushAndTheWrite) {
 }
 
 TEST_F(BufferedFileTest, BackgroundShortWriteIsLostSilently) {
-  setRawWriteForTesting(failingWrite);
+  platform::setFileWriteForTesting(failingWrite);
   ASSERT_EQ(write(pattern(60000, 0)), 1);
   EXPECT_EQ(write(pattern(10000, 0)), 1);
   EXPECT_EQ(record.flushing, &record.slotA);
@@ -275,7 +275,7 @@ void writeOnThread(void* raw) {
 TEST_F(BufferedFileTest, FullBufferGoesToAThreadAndTheNextOverflowWaitsForIt) {
   Gate g;
   gate = &g;
-  setRawWriteForTesting(gatedWrite);
+  platform::setFileWriteForTesting(gatedWrite);
   const Bytes first = pattern(60000, 1);
   const Bytes second = pattern(10000, 2);
   const Bytes third = pattern(60000, 3);
@@ -332,7 +332,7 @@ TEST_F(BufferedFileTest, BackgroundFlushesOverlapASlowFileAndKeepEveryByte) {
   onFillingThread = true;
   backgroundWrites = 0;
   slowRecord = &record;
-  setRawWriteForTesting(slowWrite);
+  platform::setFileWriteForTesting(slowWrite);
   static const std::uint32_t kSizes[] = {1,     4,     16,    17,    1000,  30000, 65535, 40000, 50000,
                                          65536, 90000, 3,     12345, 20000, 20000, 20000, 20000, 20000};
   Bytes expected;
@@ -355,4 +355,4 @@ TEST_F(BufferedFileTest, BackgroundFlushesOverlapASlowFileAndKeepEveryByte) {
 }
 
 }  // namespace
-}  // namespace mp4lib::writer
+}  // namespace mp4lib::container

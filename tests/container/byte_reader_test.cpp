@@ -1,4 +1,4 @@
-#include "reader/byte_reader.h"
+#include "container/byte_reader.h"
 
 #include <gtest/gtest.h>
 
@@ -7,9 +7,10 @@
 #include <cstring>
 #include <memory>
 
-#include "reader/bytes.h"
+#include "container/bytes.h"
+#include "container/fourcc.h"
 
-namespace mp4lib::reader {
+namespace mp4lib::container {
 namespace {
 
 using test::Bytes;
@@ -46,11 +47,11 @@ TEST_F(ByteReader, BigEndianValues) {
   EXPECT_EQ(readBE32(in), 0x12345678u);
 }
 
-TEST_F(ByteReader, LittleEndianTypeWordHoldsTheCharactersInFileOrder) {
+TEST_F(ByteReader, TypeWordReadBigEndianIsItsFourCharacterCode) {
   open({'m', 'o', 'o', 'v'});
-  const std::uint32_t type = readLE32(in);
-  EXPECT_EQ(type, 0x766F6F6Du);
-  EXPECT_EQ(std::memcmp(&type, "moov", 4), 0);  // on the library's little-endian targets
+  const std::uint32_t type = readBE32(in);
+  EXPECT_EQ(type, 0x6D6F6F76u);
+  EXPECT_EQ(type, fourcc("moov"));
 }
 
 TEST_F(ByteReader, ThirtyTwoBitReadWithTwoBytesLeftPadsWithZerosAndEnds) {
@@ -189,4 +190,4 @@ TEST_F(ByteReader, HooksServeSeekAndTellWithBothHalves) {
 }
 
 }  // namespace
-}  // namespace mp4lib::reader
+}  // namespace mp4lib::container

@@ -1,4 +1,4 @@
-#include "reader/bytes.h"
+#include "container/bytes.h"
 
 #include <atomic>
 #include <chrono>

@@ -1,10 +1,10 @@
-#include "codecs/codec_types.h"
+#include "container/codec_table.h"
 
 #include <gtest/gtest.h>
 
 #include "mp4lib_plugin.h"
 
-namespace mp4lib::codecs {
+namespace mp4lib::container {
 namespace {
 
 TEST(CodecTypes, VideoIdentifiers) {
@@ -30,4 +30,4 @@ TEST(CodecTypes, AudioIdentifiers) {
 }
 
 }  // namespace
-}  // namespace mp4lib::codecs
+}  // namespace mp4lib::container

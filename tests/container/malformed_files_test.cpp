@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "mp4lib.h"
-#include "reader/decoder_fixture.h"
+#include "playback/decoder_fixture.h"
 
 namespace mp4lib::test {
 namespace {

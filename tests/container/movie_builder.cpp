@@ -1,4 +1,4 @@
-#include "reader/movie_builder.h"
+#include "container/movie_builder.h"
 
 namespace mp4lib::test {
 

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "reader/bytes.h"
+#include "container/bytes.h"
 
 namespace mp4lib::test {
 

@@ -5,38 +5,38 @@
 #include <cstdio>
 #include <memory>
 
-#include "frame/movie_context.h"
-#include "reader/box_parser.h"
-#include "reader/bytes.h"
-#include "reader/parse_context.h"
+#include "container/recorded_movie.h"
+#include "container/box_parser.h"
+#include "container/bytes.h"
+#include "container/parse_context.h"
 
 namespace mp4lib::test {
 
 struct ParsedMovie {
   explicit ParsedMovie(const Bytes& bytes) : file(bytes) {
-    movie = std::make_unique<frame::MovieContext>();
-    *movie = frame::MovieContext{};
-    movie->timeScale = frame::kMovieTimeScale;
+    movie = std::make_unique<container::MovieContext>();
+    *movie = container::MovieContext{};
+    movie->timeScale = container::kMovieTimeScale;
     std::FILE* stream = std::fopen(file.path().string().c_str(), "rb");
-    if (stream == nullptr || !reader::openInput(in, stream)) return;
-    reader::ParseContext context{*movie, params, in, findings};
-    status = reader::readHeader(context);
+    if (stream == nullptr || !container::openInput(in, stream)) return;
+    container::ParseContext context{*movie, params, in, findings};
+    status = container::readHeader(context);
     fileLength = context.fileLength;
   }
   ~ParsedMovie() {
-    frame::freeTrackRecords(*movie);
-    reader::closeInput(in);
+    container::freeTrackRecords(*movie);
+    container::closeInput(in);
   }
   ParsedMovie(const ParsedMovie&) = delete;
   ParsedMovie& operator=(const ParsedMovie&) = delete;
 
-  const frame::TrackRecord& track(int i) const { return movie->tracks[i]; }
+  const container::TrackRecord& track(int i) const { return movie->tracks[i]; }
 
   TempFile file;
-  std::unique_ptr<frame::MovieContext> movie;
+  std::unique_ptr<container::MovieContext> movie;
   MovieParams params{};
-  reader::ParseFindings findings;
-  reader::InputFile in;
+  container::ParseFindings findings;
+  container::InputFile in;
   std::int32_t status = -2;
   std::int64_t fileLength = -1;
 };

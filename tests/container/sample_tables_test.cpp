@@ -1,13 +1,13 @@
-#include "reader/sample_index.h"
+#include "container/sample_tables.h"
 
 #include <gtest/gtest.h>
 
 #include <vector>
 
-#include "reader/movie_builder.h"
-#include "reader/parsed_movie.h"
+#include "container/movie_builder.h"
+#include "container/parsed_movie.h"
 
-namespace mp4lib::reader {
+namespace mp4lib::container {
 namespace {
 
 using test::box;
@@ -24,13 +24,13 @@ Bytes fileWithTables(const std::vector<Bytes>& tables) {
   return concat({test::ftyp(), box("mdat", Bytes(8, 0)), box("moov", concat({test::mvhd(1000, 1000), track}))});
 }
 
-std::vector<std::uint32_t> offsetsOf(const frame::TrackRecord& track) {
+std::vector<std::uint32_t> offsetsOf(const container::TrackRecord& track) {
   std::vector<std::uint32_t> offsets;
   for (int i = 0; i < track.sampleCount; ++i) offsets.push_back(track.samples[i].offset);
   return offsets;
 }
 
-std::vector<std::uint32_t> sizesOf(const frame::TrackRecord& track) {
+std::vector<std::uint32_t> sizesOf(const container::TrackRecord& track) {
   std::vector<std::uint32_t> sizes;
   for (int i = 0; i < track.sampleCount; ++i) sizes.push_back(track.samples[i].size);
   return sizes;
@@ -46,7 +46,7 @@ TEST(SampleIndex, ConstantSizeTrackHasOneEntryPerChunk) {
     ParsedMovie parsed(fileWithTables(stscLast ? std::vector<Bytes>{sizes, chunks, runs}
                                                 : std::vector<Bytes>{sizes, runs, chunks}));
     ASSERT_EQ(parsed.status, 0);
-    const frame::TrackRecord& t = parsed.track(0);
+    const container::TrackRecord& t = parsed.track(0);
     EXPECT_EQ(t.constantSize, 1);
     EXPECT_EQ(t.constantSampleSize, 320u);
     EXPECT_EQ(t.stszSampleCount, 15);
@@ -74,7 +74,7 @@ std::vector<Bytes> severalPerChunk(bool stscLast) {
 TEST(SampleIndex, LastRunIsExpandedForItsFirstChunkOnly) {
   ParsedMovie parsed(fileWithTables(severalPerChunk(false)));
   ASSERT_EQ(parsed.status, 0);
-  const frame::TrackRecord& t = parsed.track(0);
+  const container::TrackRecord& t = parsed.track(0);
   EXPECT_EQ(t.sampleCount, 10);
   EXPECT_EQ(t.tablesComplete, 1);
   // Chunk 4 (samples 7 to 9) is left at offset 0.
@@ -126,7 +126,7 @@ TEST(SampleIndex, SixtyFourBitChunkOffsetsGiveNoOffsets) {
 
 TEST(SampleIndex, DecodingTimesKeepRunningTotalsAndNoNegativeDelta) {
   ParsedMovie parsed(fileWithTables({test::stts({{3, 10}, {2, static_cast<std::uint32_t>(-5)}, {4, 7}})}));
-  const frame::TrackRecord& t = parsed.track(0);
+  const container::TrackRecord& t = parsed.track(0);
   ASSERT_EQ(t.timeRunCount, 3);
   EXPECT_EQ(t.timeRuns[1].delta, 0u);
   EXPECT_EQ(t.timeRuns[0].startTime, 0u);
@@ -207,10 +207,10 @@ TEST(SampleIndexSafety, HugeSamplesPerChunkWrapsTheSizeButWritesNothingOutside) 
 // ---- Time and entries -----------------------------------------------------------
 
 struct TimedTrack {
-  explicit TimedTrack(std::vector<frame::TimeRun> runs, std::uint32_t timeScale = 1000) : table(std::move(runs)) {
+  explicit TimedTrack(std::vector<container::TimeRun> runs, std::uint32_t timeScale = 1000) : table(std::move(runs)) {
     std::uint32_t time = 0;
     std::uint32_t sample = 0;
-    for (frame::TimeRun& run : table) {
+    for (container::TimeRun& run : table) {
       run.startTime = time;
       run.startSample = sample;
       time += run.sampleCount * run.delta;
@@ -221,41 +221,44 @@ struct TimedTrack {
     track.mediaTimeScale = timeScale;
     track.timeScalePerMs = static_cast<std::int32_t>(timeScale / 1000);
   }
-  std::vector<frame::TimeRun> table;
-  frame::TrackRecord track{};
+  std::vector<container::TimeRun> table;
+  container::TrackRecord track{};
 };
 
-std::int32_t entryAt(const frame::TrackRecord& track, std::int32_t ms) {
+// Where the time-to-entry search starts and ends, as the player keeps it.
+std::int32_t cachedRun = 0;
+
+std::int32_t entryAt(const container::TrackRecord& track, std::int32_t ms) {
   std::int32_t entry = -99;
-  EXPECT_TRUE(entryForTime(track, ms, &entry));
+  EXPECT_TRUE(entryForTime(track, ms, &entry, cachedRun));
   return entry;
 }
 
 TEST(SampleTime, TimeToEntry) {
   TimedTrack timed({{10, 100, 0, 0}, {5, 300, 0, 0}});
-  setCachedTimeRun(0);
+  cachedRun = 0;
   EXPECT_EQ(entryAt(timed.track, 0), 0);
   EXPECT_EQ(entryAt(timed.track, 999), 9);
   EXPECT_EQ(entryAt(timed.track, 1000), 10);
-  EXPECT_EQ(cachedTimeRun(), 1);
+  EXPECT_EQ(cachedRun, 1);
   EXPECT_EQ(entryAt(timed.track, 1299), 10);
   EXPECT_EQ(entryAt(timed.track, 1300), 11);
   // Before the cached run: from the start again.
   EXPECT_EQ(entryAt(timed.track, 500), 5);
-  EXPECT_EQ(cachedTimeRun(), 0);
+  EXPECT_EQ(cachedRun, 0);
 }
 
 TEST(SampleTime, TimePastTheEndGivesTheFirstSampleOfTheLastRun) {
   TimedTrack timed({{10, 100, 0, 0}, {5, 300, 0, 0}});
-  setCachedTimeRun(0);
+  cachedRun = 0;
   EXPECT_EQ(entryAt(timed.track, 5000), 10);
-  EXPECT_EQ(cachedTimeRun(), 1);
+  EXPECT_EQ(cachedRun, 1);
 }
 
 TEST(SampleTime, NegativeTimeGivesEntryZeroAndFails) {
   TimedTrack timed({{10, 100, 0, 0}, {5, 300, 0, 0}});
   std::int32_t entry = -99;
-  EXPECT_FALSE(entryForTime(timed.track, -1, &entry));
+  EXPECT_FALSE(entryForTime(timed.track, -1, &entry, cachedRun));
   EXPECT_EQ(entry, 0);
 }
 
@@ -283,12 +286,12 @@ TEST(SampleTime, EmptyRunsDoNotTrapTheWalk) {
 }
 
 TEST(SampleTime, NoTimeTable) {
-  frame::TrackRecord track{};
+  container::TrackRecord track{};
   std::int32_t entry = -1;
-  EXPECT_TRUE(entryForTime(track, 100, &entry));
+  EXPECT_TRUE(entryForTime(track, 100, &entry, cachedRun));
   EXPECT_EQ(entry, 0);
   EXPECT_EQ(timeOfEntry(track, 7).ms, 0u);
 }
 
 }  // namespace
-}  // namespace mp4lib::reader
+}  // namespace mp4lib::container

@@ -1,4 +1,4 @@
-#include "audio/fake_wave_devices.h"
+#include "devices/fake_wave_devices.h"
 
 #include <algorithm>
 #include <cstring>

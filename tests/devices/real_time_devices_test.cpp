@@ -10,12 +10,12 @@
 #include <cstdio>
 #include <vector>
 
-#include "audio/wave_block_list.h"
-#include "audio/wave_in_state.h"
-#include "audio/wave_out_control.h"
+#include "devices/wave_block_list.h"
+#include "support/library_state.h"
+#include "devices/wave_out.h"
 #include "mp4lib.h"
 #include "wave_window.h"
-#include "reader/decoder_fixture.h"
+#include "playback/decoder_fixture.h"
 #include "support/audio_device.h"
 
 namespace mp4lib::test {
@@ -40,8 +40,8 @@ class RealTimePlayback : public DecoderTest {
   }
   void TearDown() override {
     closeWaveOut();
-    audio::clearWaveBlocks();
-    audio::setWaveOutAudioEntry(0);
+    devices::clearWaveBlocks(test::devices().blocks);
+    test::devices().playbackEntry.store(0);
     DecoderTest::TearDown();
   }
 
@@ -49,14 +49,14 @@ class RealTimePlayback : public DecoderTest {
   // queued. `ended` turns true when the sound has run out.
   int fill() {
     int queued = 0;
-    while (!ended && audio::waveBlockCount() < kInFlight) {
+    while (!ended && devices::waveBlockCount(test::devices().blocks) < kInFlight) {
       if (decodeAudioAndPlayEx() == 0) {
         ended = true;
       } else {
         ++queued;
       }
     }
-    mostInFlight = std::max(mostInFlight, audio::waveBlockCount());
+    mostInFlight = std::max(mostInFlight, devices::waveBlockCount(test::devices().blocks));
     return queued;
   }
 
@@ -71,9 +71,9 @@ class RealTimePlayback : public DecoderTest {
         return false;
       }
     } while (message.id != MP4LIB_WOM_DONE);
-    const std::uint32_t before = audio::waveBlockCount();
+    const std::uint32_t before = devices::waveBlockCount(test::devices().blocks);
     processWaveOut(handle, message.header);
-    if (audio::waveBlockCount() + 1 != before) return false;
+    if (devices::waveBlockCount(test::devices().blocks) + 1 != before) return false;
     releasedAt.push_back(Clock::now());
     return true;
   }
@@ -82,7 +82,7 @@ class RealTimePlayback : public DecoderTest {
   // buffers queued meanwhile.
   int play(std::size_t releases = 0) {
     int queued = fill();
-    while (!hung && (releases == 0 || releasedAt.size() < releases) && audio::waveBlockCount() > 0) {
+    while (!hung && (releases == 0 || releasedAt.size() < releases) && devices::waveBlockCount(test::devices().blocks) > 0) {
       answer();
       queued += fill();
     }
@@ -103,11 +103,11 @@ long long msBetween(Clock::time_point from, Clock::time_point to) {
 
 TEST_F(RealTimePlayback, KeepsEightBuffersInFlightAndPlaysAtTheSoundsPace) {
   EXPECT_EQ(fill(), 8);
-  EXPECT_EQ(audio::waveOutAudioEntry(), 8);
+  EXPECT_EQ(test::devices().playbackEntry.load(), 8);
   // Full: nothing is decoded and the position stays.
   EXPECT_EQ(decodeAudioAndPlayEx(), 1u);
-  EXPECT_EQ(audio::waveOutAudioEntry(), 8);
-  EXPECT_EQ(audio::waveBlockCount(), 8u);
+  EXPECT_EQ(test::devices().playbackEntry.load(), 8);
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 8u);
 
   play();
   ASSERT_FALSE(hung);
@@ -132,13 +132,13 @@ TEST_F(RealTimePlayback, SeekWhilePlayingTakesTheBuffersBackAndGoesOnFromThere) 
   ASSERT_EQ(seek(2000, &usedMs, &videoEntry, &audioEntry), 1);
   EXPECT_EQ(usedMs, 2000);
   EXPECT_EQ(audioEntry, 100);  // 2000 ms at 20 ms a sample
-  EXPECT_EQ(audio::waveBlockCount(), 0u);
-  EXPECT_EQ(audio::waveOutAudioEntry(), 100);
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 0u);
+  EXPECT_EQ(test::devices().playbackEntry.load(), 100);
   const std::size_t before = releasedAt.size();
   EXPECT_EQ(play(), 50);  // samples 100 to 149
   ASSERT_FALSE(hung);
   EXPECT_EQ(releasedAt.size() - before, 50u);
-  EXPECT_EQ(audio::waveOutAudioEntry(), kSamples);
+  EXPECT_EQ(test::devices().playbackEntry.load(), kSamples);
 }
 
 TEST_F(RealTimePlayback, ResetDecoderReopensTheOutputAndPlaysFromTheStart) {
@@ -147,8 +147,8 @@ TEST_F(RealTimePlayback, ResetDecoderReopensTheOutputAndPlaysFromTheStart) {
   Mp4WaveOutHandle reopened = nullptr;
   ASSERT_EQ(resetDecoder(&reopened), 1);
   ASSERT_NE(reopened, nullptr);
-  EXPECT_EQ(audio::waveBlockCount(), 0u);
-  EXPECT_EQ(audio::waveOutAudioEntry(), 0);
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 0u);
+  EXPECT_EQ(test::devices().playbackEntry.load(), 0);
   handle = reopened;
   ended = false;
   releasedAt.clear();
@@ -162,14 +162,14 @@ class RealTimeCapture : public ::testing::Test {
  protected:
   void TearDown() override {
     closeWaveIn();
-    audio::clearWaveBlocks();
-    audio::setWaveInBufferSize(0);
+    devices::clearWaveBlocks(test::devices().blocks);
+    test::recorder().captureBlockBytes.store(0);
   }
   support::WaveMessageWindow window;
 };
 
 TEST_F(RealTimeCapture, FullBuffersComeAtTheSoundsPace) {
-  audio::setWaveInBufferSize(kSampleBytes);  // 20 ms
+  test::recorder().captureBlockBytes.store(kSampleBytes);  // 20 ms
   Mp4WaveInHandle handle = nullptr;
   ASSERT_EQ(openWaveInEx(0, window.window(), 16, 8000, 1, &handle), 1);
   if (handle == nullptr) MP4LIB_WITHOUT_AUDIO_DEVICE("no default input device");
@@ -182,8 +182,8 @@ TEST_F(RealTimeCapture, FullBuffersComeAtTheSoundsPace) {
     fullAt.push_back(Clock::now());
   }
   ASSERT_EQ(closeWaveIn(), 1);
-  EXPECT_EQ(audio::waveBlockCount(), 150u);
-  for (const audio::WaveBlock* block = audio::waveBlockHead(); block != nullptr; block = block->link) {
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 150u);
+  for (const devices::WaveBlock* block = devices::waveBlockHead(test::devices().blocks); block != nullptr; block = block->link) {
     EXPECT_EQ(block->header.bytesRecorded, kSampleBytes);
   }
   // The server hands captured sound over in bursts; over 100 buffers of

@@ -1,4 +1,4 @@
-#include "audio/wave_block_list.h"
+#include "devices/wave_block_list.h"
 
 #include <gtest/gtest.h>
 
@@ -6,15 +6,16 @@
 
 #include "platform/platform.h"
 
-namespace mp4lib::audio {
+namespace mp4lib::devices {
 namespace {
 
-class WaveBlockList : public ::testing::Test {
+class WaveBlocks : public ::testing::Test {
  protected:
-  void TearDown() override { clearWaveBlocks(); }
+  void TearDown() override { clearWaveBlocks(list); }
+  WaveBlockList list;
 };
 
-TEST_F(WaveBlockList, NewBlocksAreEmptyAndUnlinked) {
+TEST_F(WaveBlocks, NewBlocksAreEmptyAndUnlinked) {
   WaveBlock* block = newWaveBlock(320);
   ASSERT_NE(block, nullptr);
   EXPECT_NE(block->header.data, nullptr);
@@ -32,41 +33,42 @@ TEST_F(WaveBlockList, NewBlocksAreEmptyAndUnlinked) {
   freeWaveBlock(empty);
 }
 
-TEST_F(WaveBlockList, FirstInFirstOut) {
-  EXPECT_EQ(waveBlockHead(), nullptr);
-  EXPECT_EQ(waveBlockCount(), 0u);
+TEST_F(WaveBlocks, FirstInFirstOut) {
+  EXPECT_EQ(waveBlockHead(list), nullptr);
+  EXPECT_EQ(waveBlockCount(list), 0u);
   WaveBlock* first = newWaveBlock(4);
   WaveBlock* second = newWaveBlock(4);
-  appendWaveBlock(first);
-  appendWaveBlock(second);
-  EXPECT_EQ(waveBlockCount(), 2u);
-  EXPECT_EQ(waveBlockHead(), first);
+  appendWaveBlock(list, first);
+  appendWaveBlock(list, second);
+  EXPECT_EQ(waveBlockCount(list), 2u);
+  EXPECT_EQ(waveBlockHead(list), first);
   EXPECT_EQ(first->link, second);
-  removeWaveBlockHead();
-  EXPECT_EQ(waveBlockHead(), second);
-  EXPECT_EQ(waveBlockCount(), 1u);
-  removeWaveBlockHead();
-  EXPECT_EQ(waveBlockHead(), nullptr);
-  EXPECT_EQ(waveBlockCount(), 0u);
-  removeWaveBlockHead();  // nothing to remove
-  EXPECT_EQ(waveBlockCount(), 0u);
+  removeWaveBlockHead(list);
+  EXPECT_EQ(waveBlockHead(list), second);
+  EXPECT_EQ(waveBlockCount(list), 1u);
+  removeWaveBlockHead(list);
+  EXPECT_EQ(waveBlockHead(list), nullptr);
+  EXPECT_EQ(waveBlockCount(list), 0u);
+  removeWaveBlockHead(list);  // nothing to remove
+  EXPECT_EQ(waveBlockCount(list), 0u);
   WaveBlock* third = newWaveBlock(4);
-  appendWaveBlock(third);  // the tail was reset with the last removal
-  EXPECT_EQ(waveBlockHead(), third);
+  appendWaveBlock(list, third);  // the tail was reset with the last removal
+  EXPECT_EQ(waveBlockHead(list), third);
 }
 
-TEST_F(WaveBlockList, ClearFreesEveryBlock) {
-  for (int i = 0; i < 5; ++i) appendWaveBlock(newWaveBlock(100));
-  EXPECT_EQ(waveBlockCount(), 5u);
-  clearWaveBlocks();
-  EXPECT_EQ(waveBlockCount(), 0u);
-  EXPECT_EQ(waveBlockHead(), nullptr);
-  appendWaveBlock(nullptr);
-  EXPECT_EQ(waveBlockCount(), 0u);
+TEST_F(WaveBlocks, ClearFreesEveryBlock) {
+  for (int i = 0; i < 5; ++i) appendWaveBlock(list, newWaveBlock(100));
+  EXPECT_EQ(waveBlockCount(list), 5u);
+  clearWaveBlocks(list);
+  EXPECT_EQ(waveBlockCount(list), 0u);
+  EXPECT_EQ(waveBlockHead(list), nullptr);
+  appendWaveBlock(list, nullptr);
+  EXPECT_EQ(waveBlockCount(list), 0u);
 }
 
 // Capture appends on one thread while the encoder drains on another.
 struct Producer {
+  WaveBlockList* list = nullptr;
   int blocks = 0;
   std::atomic<bool> done{false};
   platform::Signal finished;
@@ -78,29 +80,30 @@ void produce(void* raw) {
     WaveBlock* block = newWaveBlock(4);
     block->header.data[0] = static_cast<std::uint8_t>(i);
     block->header.bytesRecorded = static_cast<std::uint32_t>(i);
-    appendWaveBlock(block);
+    appendWaveBlock(*producer->list, block);
   }
   producer->finished.notifyAll([](void* p) { static_cast<Producer*>(p)->done.store(true); }, producer);
 }
 
-TEST_F(WaveBlockList, OneThreadAppendsWhileAnotherRemoves) {
+TEST_F(WaveBlocks, OneThreadAppendsWhileAnotherRemoves) {
   Producer producer;
+  producer.list = &list;
   producer.blocks = 2000;
   ASSERT_TRUE(platform::startDetachedThread(produce, &producer));
   int taken = 0;
   while (taken < producer.blocks) {
-    WaveBlock* head = waveBlockHead();
+    WaveBlock* head = waveBlockHead(list);
     if (head == nullptr) {
       platform::sleepMs(0);
       continue;
     }
     ASSERT_EQ(head->header.bytesRecorded, static_cast<std::uint32_t>(taken));
-    removeWaveBlockHead();
+    removeWaveBlockHead(list);
     ++taken;
   }
   producer.finished.waitUntil([](void* p) { return static_cast<Producer*>(p)->done.load(); }, &producer);
-  EXPECT_EQ(waveBlockCount(), 0u);
+  EXPECT_EQ(waveBlockCount(list), 0u);
 }
 
 }  // namespace
-}  // namespace mp4lib::audio
+}  // namespace mp4lib::devices

@@ -4,17 +4,17 @@
 #include <thread>
 #include <vector>
 
-#include "audio/fake_wave_devices.h"
-#include "audio/wave_block_list.h"
-#include "audio/wave_in_state.h"
-#include "frame/movie_context.h"
+#include "devices/fake_wave_devices.h"
+#include "devices/wave_block_list.h"
+#include "support/library_state.h"
+#include "container/recorded_movie.h"
 #include "mp4lib.h"
 #include "support/recording.h"
 
 namespace mp4lib::test {
 namespace {
 
-using audio::WaveBlock;
+using devices::WaveBlock;
 using platform::WaveHeader;
 
 Mp4WaveHeader* asPublic(WaveHeader* header) { return reinterpret_cast<Mp4WaveHeader*>(header); }
@@ -22,13 +22,13 @@ Mp4WaveHeader* asPublic(WaveHeader* header) { return reinterpret_cast<Mp4WaveHea
 class WaveIn : public ::testing::Test {
  protected:
   void SetUp() override {
-    audio::clearWaveBlocks();
-    audio::setWaveInBufferSize(320);
+    devices::clearWaveBlocks(test::devices().blocks);
+    test::recorder().captureBlockBytes.store(320);
   }
   void TearDown() override {
     closeWaveIn();
-    audio::clearWaveBlocks();
-    audio::setWaveInBufferSize(0);
+    devices::clearWaveBlocks(test::devices().blocks);
+    test::recorder().captureBlockBytes.store(0);
   }
   Mp4WaveFormat openedFormat() const {
     const auto opens = devices.callsNamed("waveInOpen");
@@ -106,8 +106,8 @@ TEST_F(WaveIn, AFullBufferBecomesABlockAndGoesBackToTheDevice) {
   EXPECT_EQ(processWaveIn(0, asPublic(full)), 0u);
   EXPECT_EQ(devices.inputQueued(), 5u);
   EXPECT_EQ(devices.callsNamed("waveInAddBuffer").back().header, full);
-  ASSERT_EQ(audio::waveBlockCount(), 1u);
-  const WaveBlock* block = audio::waveBlockHead();
+  ASSERT_EQ(devices::waveBlockCount(test::devices().blocks), 1u);
+  const WaveBlock* block = devices::waveBlockHead(test::devices().blocks);
   EXPECT_EQ(block->header.bytesRecorded, 3u);
   EXPECT_EQ(block->header.bufferLength, 3u);
   EXPECT_EQ(std::vector<std::uint8_t>(block->header.data, block->header.data + 3),
@@ -119,9 +119,9 @@ TEST_F(WaveIn, AnEmptyBufferStillAppendsAnEmptyBlock) {
   ASSERT_EQ(openWaveIn(0, window, 16, 8000, 1), 1);
   WaveHeader* empty = devices.fillNextInput({});
   EXPECT_EQ(processWaveIn(0, asPublic(empty)), 0u);
-  ASSERT_EQ(audio::waveBlockCount(), 1u);
-  EXPECT_EQ(audio::waveBlockHead()->header.bytesRecorded, 0u);
-  EXPECT_EQ(audio::waveBlockHead()->header.bufferLength, 0u);
+  ASSERT_EQ(devices::waveBlockCount(test::devices().blocks), 1u);
+  EXPECT_EQ(devices::waveBlockHead(test::devices().blocks)->header.bytesRecorded, 0u);
+  EXPECT_EQ(devices::waveBlockHead(test::devices().blocks)->header.bufferLength, 0u);
 }
 
 TEST_F(WaveIn, BlocksKeepTheOrderOfTheBuffers) {
@@ -130,10 +130,10 @@ TEST_F(WaveIn, BlocksKeepTheOrderOfTheBuffers) {
     WaveHeader* full = devices.fillNextInput({i, i});
     ASSERT_EQ(processWaveIn(0, asPublic(full)), 0u);
   }
-  ASSERT_EQ(audio::waveBlockCount(), 7u);
+  ASSERT_EQ(devices::waveBlockCount(test::devices().blocks), 7u);
   for (std::uint8_t i = 0; i < 7; ++i) {
-    EXPECT_EQ(audio::waveBlockHead()->header.data[0], i);
-    audio::removeWaveBlockHead();
+    EXPECT_EQ(devices::waveBlockHead(test::devices().blocks)->header.data[0], i);
+    devices::removeWaveBlockHead(test::devices().blocks);
   }
 }
 
@@ -142,7 +142,7 @@ TEST_F(WaveIn, ARecordedCountBeyondTheBufferIsCutToIt) {
   WaveHeader* full = devices.fillNextInput(std::vector<std::uint8_t>(400, 9));
   EXPECT_EQ(full->bytesRecorded, 400u);
   EXPECT_EQ(processWaveIn(0, asPublic(full)), 0u);
-  EXPECT_EQ(audio::waveBlockHead()->header.bytesRecorded, 320u);
+  EXPECT_EQ(devices::waveBlockHead(test::devices().blocks)->header.bytesRecorded, 320u);
 }
 
 TEST_F(WaveIn, HeadersThatAreNotTheDevicesAreRefused) {
@@ -155,7 +155,7 @@ TEST_F(WaveIn, HeadersThatAreNotTheDevicesAreRefused) {
   WaveHeader* full = devices.fillNextInput({1});
   ASSERT_EQ(closeWaveIn(), 1);
   EXPECT_EQ(processWaveIn(0, asPublic(full)), 5u);  // a message that came after close
-  EXPECT_EQ(audio::waveBlockCount(), 0u);
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 0u);
 }
 
 TEST_F(WaveIn, CloseResetsStopsReleasesAndKeepsTheCapturedBlocks) {
@@ -174,7 +174,7 @@ TEST_F(WaveIn, CloseResetsStopsReleasesAndKeepsTheCapturedBlocks) {
     EXPECT_NE(devices.calls[i].flags & MP4LIB_WHDR_DONE, 0u);  // every buffer is done when unprepared
   }
   EXPECT_EQ(names[7], "waveInClose");
-  EXPECT_EQ(audio::waveBlockCount(), 1u);
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 1u);
 }
 
 TEST_F(WaveIn, CloseMarksBuffersTheDeviceKeptAsExactlyDone) {
@@ -233,10 +233,10 @@ TEST_F(WaveIn, OpeningTwiceClosesTheFirstDevice) {
 }
 
 TEST_F(WaveIn, OpenDropsBlocksLeftOnTheList) {
-  audio::appendWaveBlock(audio::newWaveBlock(4));
+  devices::appendWaveBlock(test::devices().blocks, devices::newWaveBlock(4));
   ASSERT_EQ(openWaveIn(0, window, 16, 8000, 1), 1);
-  EXPECT_EQ(audio::waveBlockCount(), 0u);
-  EXPECT_EQ(audio::waveBlockHead(), nullptr);
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 0u);
+  EXPECT_EQ(devices::waveBlockHead(test::devices().blocks), nullptr);
 }
 
 // ---- Capture feeding the encoder --------------------------------------------
@@ -254,7 +254,7 @@ class WaveInRecording : public RecordingTest {
 TEST_F(WaveInRecording, EncodeWaveInAudioEncodesWhatProcessWaveInCaptured) {
   // 16-bit mono 8000 Hz in 20 ms blocks: capture buffers of 320 bytes.
   ASSERT_NE(startRecording(audioParams(MP4LIB_CODEC_TYPE_AMR, 20), "capture.3gp"), nullptr);
-  EXPECT_EQ(audio::waveInBufferSize(), 320u);
+  EXPECT_EQ(test::recorder().captureBlockBytes.load(), 320u);
   ASSERT_EQ(openWaveIn(0, reinterpret_cast<Mp4WaveWindow>(&windowToken), 16, 8000, 1), 1);
   std::vector<std::uint8_t> first(320), second(320);
   for (std::size_t i = 0; i < 320; ++i) {
@@ -274,7 +274,7 @@ TEST_F(WaveInRecording, EncodeWaveInAudioEncodesWhatProcessWaveInCaptured) {
   size = 1000;
   EXPECT_EQ(encodeWaveInAudio(out.data(), &size, 1), 0);  // nothing more captured
   ASSERT_EQ(closeWaveIn(), 1);
-  const frame::TrackRecord& track = frame::movieContext().tracks[0];
+  const container::RecordedTrack& track = test::recorder().movie.tracks[0];
   EXPECT_EQ(track.sampleCount, 2);
   EXPECT_EQ(track.samples[1].offset - track.samples[0].offset, 320u);
 }
@@ -302,8 +302,8 @@ TEST_F(WaveInRecording, CaptureThreadStoresAudioWhileVideoIsStoredOnAnother) {
   }
   capture.join();
   ASSERT_EQ(closeWaveIn(), 1);
-  EXPECT_EQ(frame::movieContext().tracks[0].sampleCount, kFrames);
-  EXPECT_EQ(frame::movieContext().tracks[1].sampleCount, kBlocks);
+  EXPECT_EQ(test::recorder().movie.tracks[0].sampleCount, kFrames);
+  EXPECT_EQ(test::recorder().movie.tracks[1].sampleCount, kBlocks);
 }
 
 }  // namespace

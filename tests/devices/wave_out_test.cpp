@@ -4,12 +4,13 @@
 #include <cstdint>
 #include <vector>
 
-#include "audio/fake_wave_devices.h"
-#include "audio/wave_block_list.h"
-#include "audio/wave_out_control.h"
+#include "devices/fake_wave_devices.h"
+#include "devices/wave_block_list.h"
+#include "devices/wave_out.h"
 #include "mp4lib.h"
 #include "platform/platform.h"
-#include "reader/decoder_fixture.h"
+#include "playback/decoder_fixture.h"
+#include "support/library_state.h"
 
 namespace mp4lib::test {
 namespace {
@@ -26,8 +27,8 @@ class WaveOut : public DecoderTest {
  protected:
   void TearDown() override {
     closeWaveOut();
-    audio::clearWaveBlocks();
-    audio::setWaveOutAudioEntry(0);
+    devices::clearWaveBlocks(test::devices().blocks);
+    test::devices().playbackEntry.store(0);
     platform::setClockForTesting(nullptr);
     DecoderTest::TearDown();
   }
@@ -66,7 +67,7 @@ TEST_F(WaveOut, OpenUsesTheDefaultDeviceAndLeftChannelFullVolume) {
   ASSERT_EQ(volumes.size(), 1u);
   EXPECT_EQ(volumes[0].value, 0x0000FFFFu);  // left at full, right at 0
   EXPECT_EQ(volumes[0].handle, devices.outputHandle());
-  EXPECT_TRUE(audio::waveOutIsOpen());
+  EXPECT_TRUE(devices::outputOpen(test::devices()));
 }
 
 TEST_F(WaveOut, AFailedOpenReturns0AndStillStoresTheHandle) {
@@ -75,14 +76,14 @@ TEST_F(WaveOut, AFailedOpenReturns0AndStillStoresTheHandle) {
   EXPECT_EQ(openWaveOutEx(0, window, 16, 8000, 1, &handle), 0);
   EXPECT_EQ(handle, nullptr);
   EXPECT_TRUE(devices.callsNamed("waveOutSetVolume").empty());
-  EXPECT_FALSE(audio::waveOutIsOpen());
+  EXPECT_FALSE(devices::outputOpen(test::devices()));
   EXPECT_EQ(closeWaveOut(), 0);  // nothing to reset
 }
 
 TEST_F(WaveOut, OpenDropsBlocksLeftOnTheList) {
-  audio::appendWaveBlock(audio::newWaveBlock(4));
+  devices::appendWaveBlock(test::devices().blocks, devices::newWaveBlock(4));
   openDevice();
-  EXPECT_EQ(audio::waveBlockCount(), 0u);
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 0u);
 }
 
 TEST_F(WaveOut, EachCallQueuesOneDecodedEntryInOrder) {
@@ -91,7 +92,7 @@ TEST_F(WaveOut, EachCallQueuesOneDecodedEntryInOrder) {
   openDevice();
   for (int i = 0; i < 3; ++i) {
     EXPECT_EQ(decodeAudioAndPlayEx(), 1u) << i;
-    EXPECT_EQ(audio::waveOutAudioEntry(), i + 1);
+    EXPECT_EQ(test::devices().playbackEntry.load(), i + 1);
   }
   Bytes expected;
   for (const Bytes& sample : samples) expected.insert(expected.end(), sample.begin(), sample.end());
@@ -104,29 +105,29 @@ TEST_F(WaveOut, EachCallQueuesOneDecodedEntryInOrder) {
     EXPECT_EQ(writes[i].value, sizeof(WaveHeader));
     EXPECT_EQ(writes[i].header->bufferLength, 300u);
   }
-  EXPECT_EQ(audio::waveBlockCount(), 3u);
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 3u);
   EXPECT_EQ(decodeAudioAndPlayEx(), 0u);  // past the last entry
-  EXPECT_EQ(audio::waveOutAudioEntry(), 3);
+  EXPECT_EQ(test::devices().playbackEntry.load(), 3);
 }
 
 TEST_F(WaveOut, WithEightBlocksQueuedNothingIsDecodedAndThePositionStays) {
   openPcm(makeSamples(10, 100));
   openDevice();
   for (int i = 0; i < 8; ++i) ASSERT_EQ(decodeAudioAndPlayEx(), 1u);
-  ASSERT_EQ(audio::waveBlockCount(), 8u);
+  ASSERT_EQ(devices::waveBlockCount(test::devices().blocks), 8u);
   const int decodedSoFar = decodeCalls();
   EXPECT_EQ(decodedSoFar, 8);
   EXPECT_EQ(decodeAudioAndPlayEx(), 1u);
   EXPECT_EQ(decodeCalls(), decodedSoFar);
-  EXPECT_EQ(audio::waveOutAudioEntry(), 8);
+  EXPECT_EQ(test::devices().playbackEntry.load(), 8);
   EXPECT_EQ(devices.callsNamed("waveOutWrite").size(), 8u);
   // One finished block makes room for one more.
   WaveHeader* finished = devices.finishNextOutput();
   processWaveOut(static_cast<Mp4WaveOutHandle>(devices.outputHandle()), asPublic(finished));
-  EXPECT_EQ(audio::waveBlockCount(), 7u);
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 7u);
   EXPECT_EQ(decodeAudioAndPlayEx(), 1u);
   EXPECT_EQ(decodeCalls(), decodedSoFar + 1);
-  EXPECT_EQ(audio::waveOutAudioEntry(), 9);
+  EXPECT_EQ(test::devices().playbackEntry.load(), 9);
 }
 
 TEST_F(WaveOut, AnEntryDecodedInPartsKeepsTheCounterUntilItsLastPart) {
@@ -137,12 +138,12 @@ TEST_F(WaveOut, AnEntryDecodedInPartsKeepsTheCounterUntilItsLastPart) {
   const std::int32_t counter[] = {0, 0, 1};
   for (int call = 0; call < 3; ++call) {
     ASSERT_EQ(decodeAudioAndPlayEx(), 1u) << call;
-    EXPECT_EQ(audio::waveOutAudioEntry(), counter[call]) << call;
+    EXPECT_EQ(test::devices().playbackEntry.load(), counter[call]) << call;
     EXPECT_EQ(devices.callsNamed("waveOutWrite").back().header->bufferLength, parts[call]) << call;
   }
   EXPECT_EQ(devices.played, samples[0]);
   ASSERT_EQ(decodeAudioAndPlayEx(), 1u);
-  EXPECT_EQ(audio::waveOutAudioEntry(), 1);  // the second entry's first part
+  EXPECT_EQ(test::devices().playbackEntry.load(), 1);  // the second entry's first part
 }
 
 TEST_F(WaveOut, AFailingDecodeIsPassedOnAndQueuesNothing) {
@@ -150,7 +151,7 @@ TEST_F(WaveOut, AFailingDecodeIsPassedOnAndQueuesNothing) {
   openDevice();
   control(MP4LIB_CODEC_TYPE_PCM)->decodeResult = 0x100;  // low byte 0: failure
   EXPECT_EQ(decodeAudioAndPlayEx(), 0x100u);
-  EXPECT_EQ(audio::waveBlockCount(), 0u);
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 0u);
 }
 
 TEST_F(WaveOut, ProcessWaveOutReleasesTheFinishedOldestBlockOnly) {
@@ -161,16 +162,16 @@ TEST_F(WaveOut, ProcessWaveOutReleasesTheFinishedOldestBlockOnly) {
   const auto writes = devices.callsNamed("waveOutWrite");
   processWaveOut(handle, asPublic(writes[1].header));  // not the oldest
   processWaveOut(handle, asPublic(writes[0].header));  // the oldest, still playing
-  EXPECT_EQ(audio::waveBlockCount(), 3u);
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 3u);
   EXPECT_TRUE(devices.callsNamed("waveOutUnprepareHeader").empty());
   WaveHeader* finished = devices.finishNextOutput();
   processWaveOut(handle, asPublic(finished));
-  EXPECT_EQ(audio::waveBlockCount(), 2u);
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 2u);
   const auto unprepares = devices.callsNamed("waveOutUnprepareHeader");
   ASSERT_EQ(unprepares.size(), 1u);
   EXPECT_EQ(unprepares[0].header, finished);
   EXPECT_EQ(unprepares[0].value, sizeof(WaveHeader));
-  EXPECT_EQ(audio::waveBlockHead()->header.data, writes[1].header->data);
+  EXPECT_EQ(devices::waveBlockHead(test::devices().blocks)->header.data, writes[1].header->data);
 }
 
 TEST_F(WaveOut, CloseResetsWaitsForEveryBlockAndCloses) {
@@ -184,8 +185,8 @@ TEST_F(WaveOut, CloseResetsWaitsForEveryBlockAndCloses) {
   const std::vector<std::string> expected = {"waveOutReset", "waveOutUnprepareHeader", "waveOutUnprepareHeader",
                                              "waveOutUnprepareHeader", "waveOutClose"};
   EXPECT_EQ(names, expected);
-  EXPECT_EQ(audio::waveBlockCount(), 0u);
-  EXPECT_FALSE(audio::waveOutIsOpen());
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 0u);
+  EXPECT_FALSE(devices::outputOpen(test::devices()));
 }
 
 TEST_F(WaveOut, CloseFailsWithoutDrainingWhenResetFails) {
@@ -194,8 +195,8 @@ TEST_F(WaveOut, CloseFailsWithoutDrainingWhenResetFails) {
   ASSERT_EQ(decodeAudioAndPlayEx(), 1u);
   devices.outResetResult = 6;
   EXPECT_EQ(closeWaveOut(), 0);
-  EXPECT_EQ(audio::waveBlockCount(), 1u);
-  EXPECT_TRUE(audio::waveOutIsOpen());
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 1u);
+  EXPECT_TRUE(devices::outputOpen(test::devices()));
   devices.outResetResult = 0;
   EXPECT_EQ(closeWaveOut(), 1);
 }
@@ -204,7 +205,7 @@ TEST_F(WaveOut, CloseReports0WhenTheDeviceDoesNotClose) {
   openDevice();
   devices.outCloseResult = 6;
   EXPECT_EQ(closeWaveOut(), 0);
-  EXPECT_FALSE(audio::waveOutIsOpen());
+  EXPECT_FALSE(devices::outputOpen(test::devices()));
 }
 
 TEST_F(WaveOut, ABlockTheDeviceNeverGivesBackIsWaitedForAtMost2Seconds) {
@@ -216,11 +217,11 @@ TEST_F(WaveOut, ABlockTheDeviceNeverGivesBackIsWaitedForAtMost2Seconds) {
   steppingClock = 0;
   platform::setClockForTesting(halfSecondSteps);
   EXPECT_EQ(closeWaveOut(), 1);
-  EXPECT_EQ(audio::waveBlockCount(), 0u);
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 0u);
   // start at 500 ms; 1000, 1500, 2000 still wait; 2500 gives up: 5 readings.
   EXPECT_EQ(steppingClock.load(), 2500u);
   // Given up, not freed: the device might still read it. The test frees it.
-  audio::freeWaveBlock(reinterpret_cast<audio::WaveBlock*>(stuck));
+  devices::freeWaveBlock(reinterpret_cast<devices::WaveBlock*>(stuck));
 }
 
 TEST_F(WaveOut, SeekResetsThePlayingDeviceAndRemembersTheEntry) {
@@ -232,13 +233,13 @@ TEST_F(WaveOut, SeekResetsThePlayingDeviceAndRemembersTheEntry) {
   ASSERT_EQ(seek(600, &used, &video, &audioEntry), 1);
   EXPECT_EQ(audioEntry, 4);
   EXPECT_EQ(used, 512);
-  EXPECT_EQ(audio::waveBlockCount(), 0u);
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 0u);
   EXPECT_EQ(devices.callsNamed("waveOutReset").size(), 1u);
   EXPECT_EQ(devices.callsNamed("waveOutUnprepareHeader").size(), 4u);
-  EXPECT_TRUE(audio::waveOutIsOpen());  // seeking keeps the device open
-  EXPECT_EQ(audio::waveOutAudioEntry(), 4);
+  EXPECT_TRUE(devices::outputOpen(test::devices()));  // seeking keeps the device open
+  EXPECT_EQ(test::devices().playbackEntry.load(), 4);
   ASSERT_EQ(decodeAudioAndPlayEx(), 1u);
-  EXPECT_EQ(audio::waveOutAudioEntry(), 5);
+  EXPECT_EQ(test::devices().playbackEntry.load(), 5);
 }
 
 TEST_F(WaveOut, SeekFailsWhenTheDeviceDoesNotReset) {
@@ -249,7 +250,7 @@ TEST_F(WaveOut, SeekFailsWhenTheDeviceDoesNotReset) {
   std::int32_t used = -1;
   EXPECT_EQ(seek(600, &used, nullptr, nullptr), 0);
   EXPECT_EQ(used, -1);
-  EXPECT_EQ(audio::waveBlockCount(), 1u);
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 1u);
   devices.outResetResult = 0;
 }
 
@@ -275,8 +276,8 @@ TEST_F(WaveOut, ResetDecoderReopensWithTheMoviesFormatAndStartsOver) {
   EXPECT_EQ(opens[0].format.bitsPerSample, 16);
   EXPECT_EQ(opens[0].format.samplesPerSec, 8000u);
   EXPECT_EQ(opens[0].format.channels, 1);
-  EXPECT_EQ(audio::waveBlockCount(), 0u);
-  EXPECT_EQ(audio::waveOutAudioEntry(), 0);
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 0u);
+  EXPECT_EQ(test::devices().playbackEntry.load(), 0);
   devices.played.clear();
   ASSERT_EQ(decodeAudioAndPlayEx(), 1u);
   EXPECT_EQ(devices.played, makeSamples(4, 100)[0]);

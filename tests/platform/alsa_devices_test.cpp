@@ -9,12 +9,12 @@
 #include <iterator>
 #include <vector>
 
-#include "audio/wave_block_list.h"
-#include "audio/wave_in_state.h"
-#include "audio/wave_out_control.h"
+#include "devices/wave_block_list.h"
+#include "support/library_state.h"
+#include "devices/wave_out.h"
 #include "mp4lib.h"
 #include "wave_window.h"
-#include "reader/decoder_fixture.h"
+#include "playback/decoder_fixture.h"
 #include "support/alsa_file_devices.h"
 
 namespace mp4lib::test {
@@ -36,9 +36,9 @@ class AlsaDevices : public DecoderTest {
   void TearDown() override {
     closeWaveOut();
     closeWaveIn();
-    audio::clearWaveBlocks();
-    audio::setWaveOutAudioEntry(0);
-    audio::setWaveInBufferSize(0);
+    devices::clearWaveBlocks(test::devices().blocks);
+    test::devices().playbackEntry.store(0);
+    test::recorder().captureBlockBytes.store(0);
     DecoderTest::TearDown();
     stopUsingAlsaFileDevices();
     std::filesystem::remove_all(folder);
@@ -60,14 +60,14 @@ TEST_F(AlsaDevices, PlaybackWritesTheDecodedPcmInOrder) {
   ASSERT_NE(handle, nullptr);
   int released = 0;
   while (decodeAudioAndPlayEx() != 0) {
-    if (audio::waveBlockCount() < 8) continue;
+    if (devices::waveBlockCount(test::devices().blocks) < 8) continue;
     support::WaveMessage message;
     ASSERT_TRUE(take(&message));
     EXPECT_EQ(message.id, MP4LIB_WOM_DONE);
     processWaveOut(handle, message.header);
     ++released;
   }
-  while (audio::waveBlockCount() > 0) {
+  while (devices::waveBlockCount(test::devices().blocks) > 0) {
     support::WaveMessage message;
     ASSERT_TRUE(take(&message));
     processWaveOut(handle, message.header);
@@ -110,7 +110,7 @@ TEST_F(AlsaDevices, CaptureDeliversTheInputInOrder) {
     std::ofstream out(folder / "input.raw", std::ios::binary);
     out.write(reinterpret_cast<const char*>(input.data()), static_cast<std::streamsize>(input.size()));
   }
-  audio::setWaveInBufferSize(320);
+  test::recorder().captureBlockBytes.store(320);
   Mp4WaveInHandle handle = nullptr;
   ASSERT_EQ(openWaveInEx(0, queue.window(), 16, 8000, 1, &handle), 1);
   ASSERT_NE(handle, nullptr);
@@ -122,9 +122,9 @@ TEST_F(AlsaDevices, CaptureDeliversTheInputInOrder) {
   }
   ASSERT_EQ(closeWaveIn(), 1);
   Bytes captured;
-  while (const audio::WaveBlock* block = audio::waveBlockHead()) {
+  while (const devices::WaveBlock* block = devices::waveBlockHead(test::devices().blocks)) {
     captured.insert(captured.end(), block->header.data, block->header.data + block->header.bytesRecorded);
-    audio::removeWaveBlockHead();
+    devices::removeWaveBlockHead(test::devices().blocks);
   }
   EXPECT_EQ(captured, input);
 }

@@ -7,12 +7,12 @@
 
 #include <vector>
 
-#include "audio/wave_block_list.h"
-#include "audio/wave_in_state.h"
-#include "audio/wave_out_control.h"
+#include "devices/wave_block_list.h"
+#include "support/library_state.h"
+#include "devices/wave_out.h"
 #include "mp4lib.h"
 #include "wave_window.h"
-#include "reader/decoder_fixture.h"
+#include "playback/decoder_fixture.h"
 #include "support/audio_device.h"
 
 namespace mp4lib::test {
@@ -23,9 +23,9 @@ class WinmmDevices : public DecoderTest {
   void TearDown() override {
     closeWaveIn();
     closeWaveOut();
-    audio::setWaveInBufferSize(0);
-    audio::clearWaveBlocks();
-    audio::setWaveOutAudioEntry(0);
+    test::recorder().captureBlockBytes.store(0);
+    devices::clearWaveBlocks(test::devices().blocks);
+    test::devices().playbackEntry.store(0);
     DecoderTest::TearDown();
   }
   // Waits (at most 10 s) for the next message of kind `id` and answers it
@@ -53,11 +53,11 @@ TEST_F(WinmmDevices, PlaysEveryBlockAndGetsEachBack) {
   }
   int released = 0;
   while (decodeAudioAndPlayEx() != 0) {
-    if (audio::waveBlockCount() < 8) continue;
+    if (devices::waveBlockCount(test::devices().blocks) < 8) continue;
     ASSERT_TRUE(answerOne(MP4LIB_WOM_DONE, handle));
     ++released;
   }
-  while (audio::waveBlockCount() > 0) {
+  while (devices::waveBlockCount(test::devices().blocks) > 0) {
     ASSERT_TRUE(answerOne(MP4LIB_WOM_DONE, handle));
     ++released;
   }
@@ -66,16 +66,16 @@ TEST_F(WinmmDevices, PlaysEveryBlockAndGetsEachBack) {
 }
 
 TEST_F(WinmmDevices, CapturesFullBuffersIntoTheBlockList) {
-  audio::setWaveInBufferSize(320);
+  test::recorder().captureBlockBytes.store(320);
   Mp4WaveInHandle handle = nullptr;
   ASSERT_EQ(openWaveInEx(0, window.window(), 16, 8000, 1, &handle), 1);
   if (handle == nullptr) MP4LIB_WITHOUT_AUDIO_DEVICE("no wave input device");
   for (int i = 0; i < 7; ++i) ASSERT_TRUE(answerOne(MP4LIB_WIM_DATA)) << i;
   ASSERT_EQ(closeWaveIn(), 1);
-  ASSERT_EQ(audio::waveBlockCount(), 7u);
-  while (const audio::WaveBlock* block = audio::waveBlockHead()) {
+  ASSERT_EQ(devices::waveBlockCount(test::devices().blocks), 7u);
+  while (const devices::WaveBlock* block = devices::waveBlockHead(test::devices().blocks)) {
     EXPECT_EQ(block->header.bytesRecorded, 320u);
-    audio::removeWaveBlockHead();
+    devices::removeWaveBlockHead(test::devices().blocks);
   }
 }
 

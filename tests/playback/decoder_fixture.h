@@ -9,11 +9,11 @@
 #include <string>
 
 #include "codecs/plugin_registry.h"
-#include "frame/library.h"
-#include "frame/movie_context.h"
+#include "support/library_state.h"
+#include "container/recorded_movie.h"
 #include "mp4lib.h"
-#include "reader/bytes.h"
-#include "reader/movie_builder.h"
+#include "container/bytes.h"
+#include "container/movie_builder.h"
 #include "support/plugin_folder.h"
 #include "support/test_plugin.h"
 
@@ -25,21 +25,21 @@ class DecoderTest : public ::testing::Test {
 
   void TearDown() override {
     finalizeDecoder();
-    codecs::activePlugins() = codecs::ActivePlugins{};
-    frame::resetMovieContext(frame::movieContext());
-    codecs::unloadCodecPlugins();
-    codecs::discoverCodecPluginsBeside(nullptr);
+    test::plugins().active = codecs::ActivePlugins{};
+    container::resetMovieContext(test::player().movie);
+    codecs::unloadCodecPlugins(test::plugins());
+    codecs::discoverCodecPluginsBeside(test::plugins(), nullptr);
   }
 
   void usePlugins(std::initializer_list<const char*> stems) {
-    codecs::unloadCodecPlugins();
+    codecs::unloadCodecPlugins(test::plugins());
     plugins = std::make_unique<PluginFolder>();
     for (const char* stem : stems) plugins->addPlugin(stem);
-    codecs::discoverCodecPluginsBeside(plugins->moduleFileInside().c_str());
+    codecs::discoverCodecPluginsBeside(test::plugins(), plugins->moduleFileInside().c_str());
   }
 
   TestPluginControl* control(std::uint32_t codecType) {
-    return controlOf(codecs::findCodecPluginByType(codecType));
+    return controlOf(codecs::findCodecPluginByType(test::plugins(), codecType));
   }
 
   std::int32_t open(const Bytes& bytes, const std::string& name = "movie.3gp") {

@@ -3,11 +3,10 @@
 #include <cstring>
 
 #include "codecs/plugin_registry.h"
-#include "frame/library.h"
+#include "support/library_state.h"
 #include "mp4lib.h"
-#include "reader/decoder_context.h"
-#include "reader/decoder_fixture.h"
-#include "reader/decoder_setup.h"
+#include "playback/decoder_fixture.h"
+#include "playback/decoder_setup.h"
 
 namespace mp4lib::test {
 namespace {
@@ -28,7 +27,7 @@ using Decoder = DecoderTest;
 TEST_F(Decoder, OpensAMovieAndReportsIt) {
   ASSERT_EQ(open(videoAndAmr()), 1);
   ASSERT_NE(params, nullptr);
-  EXPECT_TRUE(frame::decoderActive());
+  EXPECT_TRUE(test::player().open.load());
   EXPECT_EQ(params->mode, 3u);
   EXPECT_EQ(params->formatVersion, 1u);
   EXPECT_EQ(params->formatRevision, 5u);
@@ -56,11 +55,11 @@ TEST_F(Decoder, OpensAMovieAndReportsIt) {
   EXPECT_EQ(params->decodedChromaSize, 176u * 144u / 4u);
   EXPECT_NE(params->rgbBuffer, nullptr);
   EXPECT_NE(params->inputFile, nullptr);
-  EXPECT_EQ(params->videoPlugin, codecs::findCodecPluginByType(MP4LIB_CODEC_TYPE_H263));
-  EXPECT_EQ(params->audioPlugin, codecs::findCodecPluginByType(MP4LIB_CODEC_TYPE_AMR));
-  EXPECT_EQ(codecs::activePlugins().videoDecoder, params->videoPlugin);
-  EXPECT_EQ(codecs::activePlugins().audioDecoder, params->audioPlugin);
-  EXPECT_EQ(frame::movieContext().tracks[0].frameDurationMs, 1000.0f * 1000.0f / 15000.0f);
+  EXPECT_EQ(params->videoPlugin, codecs::findCodecPluginByType(test::plugins(), MP4LIB_CODEC_TYPE_H263));
+  EXPECT_EQ(params->audioPlugin, codecs::findCodecPluginByType(test::plugins(), MP4LIB_CODEC_TYPE_AMR));
+  EXPECT_EQ(test::plugins().active.videoDecoder, params->videoPlugin);
+  EXPECT_EQ(test::plugins().active.audioDecoder, params->audioPlugin);
+  EXPECT_EQ(test::player().movie.tracks[0].frameDurationMs, 1000.0f * 1000.0f / 15000.0f);
 }
 
 TEST_F(Decoder, Getters) {
@@ -104,18 +103,18 @@ TEST_F(Decoder, AudioOnlyMovieHasNoVideoGetters) {
 }
 
 TEST_F(Decoder, RefusedWhileAnEncoderIsOpen) {
-  frame::setEncoderActive(true);
+  test::recorder().active.store(true);
   const std::int32_t result = open(videoAndAmr());
-  frame::setEncoderActive(false);
+  test::recorder().active.store(false);
   EXPECT_EQ(result, 0);
-  EXPECT_FALSE(frame::decoderActive());
+  EXPECT_FALSE(test::player().open.load());
   EXPECT_EQ(countEntry(control(MP4LIB_CODEC_TYPE_H263), TP_INIT_DECODE), 0);
-  EXPECT_EQ(frame::movieContext().trackCount, 0);
+  EXPECT_EQ(test::player().movie.trackCount, 0);
 }
 
 TEST_F(Decoder, MissingFileIsRefused) {
   EXPECT_EQ(initDecoder(L"/nonexistent/folder/movie.3gp", &params), 0);
-  EXPECT_FALSE(frame::decoderActive());
+  EXPECT_FALSE(test::player().open.load());
 }
 
 TEST_F(Decoder, FirstTrackWithoutSamplesIsRefusedEvenIfALaterOneHasSome) {
@@ -123,8 +122,8 @@ TEST_F(Decoder, FirstTrackWithoutSamplesIsRefusedEvenIfALaterOneHasSome) {
   layout.tracks[0].samples.clear();
   layout.tracks[0].timing = {};
   EXPECT_EQ(open(layout), 0);
-  EXPECT_FALSE(frame::decoderActive());
-  EXPECT_EQ(frame::movieContext().trackCount, 0);  // tables freed
+  EXPECT_FALSE(test::player().open.load());
+  EXPECT_EQ(test::player().movie.trackCount, 0);  // tables freed
 }
 
 TEST_F(Decoder, UnreadableHeaderIsRefused) {
@@ -133,17 +132,17 @@ TEST_F(Decoder, UnreadableHeaderIsRefused) {
 }
 
 TEST_F(Decoder, PictureSizeCodes) {
-  EXPECT_EQ(reader::pictureSizeCode(320, 240), 7u);
-  EXPECT_EQ(reader::pictureSizeCode(640, 480), 0u);
-  EXPECT_EQ(reader::pictureSizeCode(176, 144), 1u);
-  EXPECT_EQ(reader::pictureSizeCode(352, 288), 2u);
-  EXPECT_EQ(reader::pictureSizeCode(352, 240), 3u);
-  EXPECT_EQ(reader::pictureSizeCode(720, 480), 5u);
-  EXPECT_EQ(reader::pictureSizeCode(160, 120), 8u);
-  EXPECT_EQ(reader::pictureSizeCode(128, 96), 9u);
-  EXPECT_EQ(reader::pictureSizeCode(704, 576), 10u);
-  EXPECT_EQ(reader::pictureSizeCode(1408, 1152), 11u);
-  EXPECT_EQ(reader::pictureSizeCode(144, 176), 0u);
+  EXPECT_EQ(playback::pictureSizeCode(320, 240), 7u);
+  EXPECT_EQ(playback::pictureSizeCode(640, 480), 0u);
+  EXPECT_EQ(playback::pictureSizeCode(176, 144), 1u);
+  EXPECT_EQ(playback::pictureSizeCode(352, 288), 2u);
+  EXPECT_EQ(playback::pictureSizeCode(352, 240), 3u);
+  EXPECT_EQ(playback::pictureSizeCode(720, 480), 5u);
+  EXPECT_EQ(playback::pictureSizeCode(160, 120), 8u);
+  EXPECT_EQ(playback::pictureSizeCode(128, 96), 9u);
+  EXPECT_EQ(playback::pictureSizeCode(704, 576), 10u);
+  EXPECT_EQ(playback::pictureSizeCode(1408, 1152), 11u);
+  EXPECT_EQ(playback::pictureSizeCode(144, 176), 0u);
 
   MovieLayout qvga;
   qvga.tracks = {videoLayout(markedFrames(3, {0}), "s263", 320, 240)};
@@ -234,14 +233,14 @@ TEST_F(Decoder, H263GetsNoStreamHeader) {
 TEST_F(Decoder, NoVideoPluginRefusesTheMovie) {
   usePlugins({"codectest_amr"});
   EXPECT_EQ(open(videoAndAmr()), 0);
-  EXPECT_FALSE(frame::decoderActive());
-  EXPECT_EQ(frame::movieContext().trackCount, 0);
+  EXPECT_FALSE(test::player().open.load());
+  EXPECT_EQ(test::player().movie.trackCount, 0);
 }
 
 TEST_F(Decoder, VideoPluginRefusalRefusesTheMovie) {
   control(MP4LIB_CODEC_TYPE_H263)->initDecodeResult = 0x100;  // low byte 0: refused
   EXPECT_EQ(open(videoAndAmr()), 0);
-  EXPECT_FALSE(frame::decoderActive());
+  EXPECT_FALSE(test::player().open.load());
   EXPECT_EQ(countEntry(control(MP4LIB_CODEC_TYPE_H263), TP_FINALIZE_DECODE), 0);
   EXPECT_EQ(countEntry(control(MP4LIB_CODEC_TYPE_AMR), TP_INIT_DECODE), 0);
 }
@@ -249,7 +248,7 @@ TEST_F(Decoder, VideoPluginRefusalRefusesTheMovie) {
 TEST_F(Decoder, AudioPluginRefusalRefusesTheMovieAndStopsTheVideoPlugin) {
   control(MP4LIB_CODEC_TYPE_AMR)->initDecodeResult = 0;
   EXPECT_EQ(open(videoAndAmr()), 0);
-  EXPECT_FALSE(frame::decoderActive());
+  EXPECT_FALSE(test::player().open.load());
   EXPECT_EQ(countEntry(control(MP4LIB_CODEC_TYPE_H263), TP_FINALIZE_DECODE), 1);
   EXPECT_EQ(countEntry(control(MP4LIB_CODEC_TYPE_AMR), TP_FINALIZE_DECODE), 0);
 }
@@ -258,10 +257,10 @@ TEST_F(Decoder, FinalizeStopsBothPluginsOnce) {
   ASSERT_EQ(open(videoAndAmr()), 1);
   finalizeDecoder();
   finalizeDecoder();
-  EXPECT_FALSE(frame::decoderActive());
+  EXPECT_FALSE(test::player().open.load());
   EXPECT_EQ(countEntry(control(MP4LIB_CODEC_TYPE_H263), TP_FINALIZE_DECODE), 1);
   EXPECT_EQ(countEntry(control(MP4LIB_CODEC_TYPE_AMR), TP_FINALIZE_DECODE), 1);
-  EXPECT_EQ(frame::movieContext().trackCount, 0);
+  EXPECT_EQ(test::player().movie.trackCount, 0);
 }
 
 TEST_F(Decoder, OpeningAgainClosesTheFirstMovie) {
@@ -276,7 +275,7 @@ TEST_F(Decoder, LaterTracksOfAKindReplaceEarlierOnes) {
   layout.tracks = {videoLayout(markedFrames(3, {0})), videoLayout(markedFrames(7, {0}))};
   ASSERT_EQ(open(layout), 1);
   EXPECT_EQ(params->frameCount, 7u);
-  EXPECT_EQ(frame::movieContext().videoTrackIndex, 1);
+  EXPECT_EQ(test::player().movie.videoTrackIndex, 1);
 }
 
 TEST_F(Decoder, AbsurdPictureSizeIsRefused) {
@@ -336,7 +335,7 @@ TEST_F(Decoder, RecordingsOfEveryVideoCodecTypeFindTheirPlugin) {
     EXPECT_EQ(params->videoCodecCode, swapped(type)) << type;  // as read
     ASSERT_NE(params->videoPlugin, nullptr);
     EXPECT_EQ(params->videoPlugin->codecType, type);
-    EXPECT_EQ(codecs::activePlugins().videoDecoder->codecType, type);
+    EXPECT_EQ(test::plugins().active.videoDecoder->codecType, type);
     finalizeDecoder();
   }
 }
@@ -386,15 +385,15 @@ TEST(VideoPluginChoice, CodeAsReadThenSwappedThenFromTheDescription) {
   PluginFolder folder;
   folder.addPlugin("codectest_h263");
   folder.addPlugin("codectest_mp4v");
-  codecs::discoverCodecPluginsBeside(folder.moduleFileInside().c_str());
-  CodecPlugin* h263 = codecs::findCodecPluginByType(MP4LIB_CODEC_TYPE_H263);
-  CodecPlugin* mp4v = codecs::findCodecPluginByType(MP4LIB_CODEC_TYPE_MPEG4V);
-  EXPECT_EQ(reader::chooseVideoPlugin(1, 0), h263);
-  EXPECT_EQ(reader::chooseVideoPlugin(0x01000000, 0), h263);
-  EXPECT_EQ(reader::chooseVideoPlugin(0x77, 0), mp4v);
-  EXPECT_EQ(reader::chooseVideoPlugin(0x77, 0x88), nullptr);
-  codecs::unloadCodecPlugins();
-  codecs::discoverCodecPluginsBeside(nullptr);
+  codecs::discoverCodecPluginsBeside(test::plugins(), folder.moduleFileInside().c_str());
+  CodecPlugin* h263 = codecs::findCodecPluginByType(test::plugins(), MP4LIB_CODEC_TYPE_H263);
+  CodecPlugin* mp4v = codecs::findCodecPluginByType(test::plugins(), MP4LIB_CODEC_TYPE_MPEG4V);
+  EXPECT_EQ(playback::chooseVideoPlugin(test::plugins(), 1, 0), h263);
+  EXPECT_EQ(playback::chooseVideoPlugin(test::plugins(), 0x01000000, 0), h263);
+  EXPECT_EQ(playback::chooseVideoPlugin(test::plugins(), 0x77, 0), mp4v);
+  EXPECT_EQ(playback::chooseVideoPlugin(test::plugins(), 0x77, 0x88), nullptr);
+  codecs::unloadCodecPlugins(test::plugins());
+  codecs::discoverCodecPluginsBeside(test::plugins(), nullptr);
 }
 
 }  // namespace

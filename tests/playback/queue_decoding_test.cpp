@@ -4,10 +4,10 @@
 #include <thread>
 #include <vector>
 
-#include "codecs/sample_queues.h"
+#include "playback/sample_queues.h"
 #include "mp4lib.h"
-#include "reader/decoder_context.h"
-#include "reader/decoder_fixture.h"
+#include "support/library_state.h"
+#include "playback/decoder_fixture.h"
 
 namespace mp4lib::test {
 namespace {
@@ -115,10 +115,10 @@ TEST_F(StreamDecoding, RunCursorFollowsTheSamplesTaken) {
   std::uint32_t time = 0;
   for (int i = 0; i < 4; ++i) decodeVideo(nullptr, &time);
   // The first frame is timed by the first-frame rule; three more were walked.
-  EXPECT_EQ(codecs::videoRunCursor().run, 1);
-  EXPECT_EQ(codecs::videoRunCursor().taken, 0u);
+  EXPECT_EQ(test::player().queues.runCursor.run, 1);
+  EXPECT_EQ(test::player().queues.runCursor.taken, 0u);
   decodeVideo(nullptr, &time);
-  EXPECT_EQ(codecs::videoRunCursor().taken, 1u);
+  EXPECT_EQ(test::player().queues.runCursor.taken, 1u);
 }
 
 TEST_F(StreamDecoding, AudioAndVideoQueuesFillTogether) {
@@ -148,7 +148,7 @@ TEST_F(StreamDecoding, ResetDropsTheQueues) {
   std::uint32_t time = 0;
   decodeVideo(nullptr, &time);
   decodeVideo(nullptr, &time);
-  reader::resetPlaybackState();
+  playback::resetPlaybackState(test::player());
   EXPECT_EQ(getVideoObjSize(), 0);
   EXPECT_EQ(isStreamEnd(), 0);
   TestPluginControl* h263 = control(MP4LIB_CODEC_TYPE_H263);
@@ -171,7 +171,7 @@ TEST_F(StreamDecoding, SamplesReachingPastTheFileAreCutShort) {
   for (int i = 0; i < h263->callCount; ++i) {
     if (h263->calls[i].entry == TP_DECODE) lengths.push_back(h263->calls[i].dataLength);
   }
-  const std::uint32_t fileLength = static_cast<std::uint32_t>(reader::decoderContext().fileLength);
+  const std::uint32_t fileLength = static_cast<std::uint32_t>(test::player().fileLength);
   EXPECT_EQ(lengths, (std::vector<std::uint32_t>{4, fileLength - 44, 0}));
   EXPECT_EQ(isStreamEnd(), 1);
 }

@@ -14,10 +14,11 @@
 #include <string>
 #include <vector>
 
-#include "frame/movie_context.h"
+#include "container/recorded_movie.h"
 #include "mp4lib.h"
-#include "reader/box_walker.h"
-#include "reader/decoder_fixture.h"
+#include "container/box_walker.h"
+#include "playback/decoder_fixture.h"
+#include "support/library_state.h"
 
 namespace fs = std::filesystem;
 
@@ -90,15 +91,15 @@ class RealFiles : public ::testing::Test {
     for (const char* stem : {"codectest_h263", "codectest_mp4v", "codectest_amr", "codectest_aac", "codectest_pcm"}) {
       plugins->addPlugin(stem);
     }
-    codecs::discoverCodecPluginsBeside(plugins->moduleFileInside().c_str());
+    codecs::discoverCodecPluginsBeside(test::plugins(), plugins->moduleFileInside().c_str());
   }
 
   void TearDown() override {
     finalizeDecoder();
-    codecs::activePlugins() = codecs::ActivePlugins{};
-    frame::resetMovieContext(frame::movieContext());
-    codecs::unloadCodecPlugins();
-    codecs::discoverCodecPluginsBeside(nullptr);
+    test::plugins().active = codecs::ActivePlugins{};
+    container::resetMovieContext(test::player().movie);
+    codecs::unloadCodecPlugins(test::plugins());
+    codecs::discoverCodecPluginsBeside(test::plugins(), nullptr);
   }
 
   static std::string quoted(const std::string& name) { return "\"" + (folder / name).string() + "\""; }
@@ -166,7 +167,7 @@ class RealFiles : public ::testing::Test {
   // sample-to-chunk run after its first are not expanded, and their samples
   // stay at offset 0; that rule is asserted as it stands. Returns how many
   // samples fell under it.
-  static int expectSampleEntries(const frame::TrackRecord& track, const ChunkTables& tables,
+  static int expectSampleEntries(const container::TrackRecord& track, const ChunkTables& tables,
                                  const std::vector<Packet>& packets) {
     EXPECT_EQ(track.constantSize, 0);
     EXPECT_EQ(static_cast<std::size_t>(track.sampleCount), packets.size());
@@ -192,7 +193,7 @@ class RealFiles : public ::testing::Test {
 
   // Constant sample size: each entry is a chunk, covering the packets that
   // lie inside it.
-  static void expectChunkEntries(const frame::TrackRecord& track, const ChunkTables& tables,
+  static void expectChunkEntries(const container::TrackRecord& track, const ChunkTables& tables,
                                  const std::vector<Packet>& packets) {
     EXPECT_EQ(track.constantSize, 1);
     ASSERT_EQ(static_cast<std::size_t>(track.sampleCount), tables.chunkOffsets.size());
@@ -216,14 +217,14 @@ class RealFiles : public ::testing::Test {
     const auto tables = chunkTablesOf(contents(name));
     const auto all = packets(name);
     const auto facts = streams(name);
-    const frame::MovieContext& movie = frame::movieContext();
+    const container::MovieContext& movie = test::player().movie;
     std::vector<int> unexpanded;
     EXPECT_EQ(static_cast<std::size_t>(movie.trackCount), facts.size());
     EXPECT_EQ(tables.size(), facts.size());
     double longest = 0;
     for (int t = 0; t < movie.trackCount && t < static_cast<int>(facts.size()); ++t) {
       SCOPED_TRACE(name + " track " + std::to_string(t));
-      const frame::TrackRecord& track = movie.tracks[t];
+      const container::TrackRecord& track = movie.tracks[t];
       const auto mine = ofStream(all, t);
       if (tables[t].constantSize != 0) {
         expectChunkEntries(track, tables[t], mine);

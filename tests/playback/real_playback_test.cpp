@@ -14,6 +14,7 @@
 #include "codecs/plugin_registry.h"
 #include "mp4lib.h"
 #include "support/plugin_folder.h"
+#include "support/library_state.h"
 
 namespace fs = std::filesystem;
 
@@ -42,13 +43,13 @@ class RealPlayback : public ::testing::Test {
   void SetUp() override {
     if (folder.empty()) GTEST_SKIP() << "ffmpeg is not installed";
     ASSERT_TRUE(made) << "ffmpeg could not make the movies";
-    codecs::discoverCodecPluginsBeside((libraryFolder() / mp4libFileName()).wstring().c_str());
+    codecs::discoverCodecPluginsBeside(test::plugins(), (libraryFolder() / mp4libFileName()).wstring().c_str());
   }
   void TearDown() override {
     finalizeDecoder();
-    codecs::activePlugins() = codecs::ActivePlugins{};
-    codecs::unloadCodecPlugins();
-    codecs::discoverCodecPluginsBeside(nullptr);
+    test::plugins().active = codecs::ActivePlugins{};
+    codecs::unloadCodecPlugins(test::plugins());
+    codecs::discoverCodecPluginsBeside(test::plugins(), nullptr);
   }
 
   static std::string at(const std::string& name) { return "\"" + (folder / name).string() + "\""; }

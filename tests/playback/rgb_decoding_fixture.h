@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "mp4lib.h"
-#include "reader/decoder_fixture.h"
-#include "reader/rgb_fixture.h"
+#include "playback/decoder_fixture.h"
+#include "playback/rgb_fixture.h"
 
 namespace mp4lib::test {
 

@@ -5,10 +5,11 @@
 #include <vector>
 
 #include "codecs/plugin_registry.h"
-#include "frame/movie_context.h"
+#include "container/recorded_movie.h"
 #include "mp4lib.h"
 #include "support/recording.h"
 #include "support/test_plugin.h"
+#include "support/library_state.h"
 
 namespace mp4lib::test {
 namespace {
@@ -67,9 +68,9 @@ TEST_F(RoundTrip, H263AndAmrPlayBackAsRecorded) {
     (sample.video ? videoSizes : audioSizes).push_back(sample.size);
     at += sample.size;
   }
-  const frame::MovieContext& movie = frame::movieContext();
-  const frame::TrackRecord& video = movie.tracks[movie.videoTrackIndex];
-  const frame::TrackRecord& audio = movie.tracks[movie.audioTrackIndex];
+  const container::MovieContext& movie = test::player().movie;
+  const container::TrackRecord& video = movie.tracks[movie.videoTrackIndex];
+  const container::TrackRecord& audio = movie.tracks[movie.audioTrackIndex];
   ASSERT_EQ(video.sampleCount, 15);
   ASSERT_EQ(audio.sampleCount, 30);
   for (int i = 0; i < 15; ++i) {
@@ -118,8 +119,8 @@ TEST_F(RoundTrip, RecordingsOfEveryVideoCodecTypeFindTheirPlugin) {
   for (const char* stem : {"codectest_video70", "codectest_mpeg1v", "codectest_video2", "codectest_video33"}) {
     folder.addPlugin(stem);
   }
-  codecs::unloadCodecPlugins();
-  codecs::discoverCodecPluginsBeside(folder.moduleFileInside().c_str());
+  codecs::unloadCodecPlugins(test::plugins());
+  codecs::discoverCodecPluginsBeside(test::plugins(), folder.moduleFileInside().c_str());
   for (std::uint32_t type = 0; type <= 5; ++type) {
     const std::string name = "video" + std::to_string(type) + ".3gp";
     ASSERT_NE(startRecording(videoParams(type, 0), name), nullptr) << type;

@@ -1,8 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "audio/wave_out_control.h"
+#include "devices/fake_wave_devices.h"
 #include "mp4lib.h"
-#include "reader/decoder_fixture.h"
+#include "playback/decoder_fixture.h"
+#include "support/library_state.h"
 
 namespace mp4lib::test {
 namespace {
@@ -10,8 +11,8 @@ namespace {
 class Seeking : public DecoderTest {
  protected:
   void TearDown() override {
-    audio::setWaveOutStandInForTesting(nullptr);
-    audio::setWaveOutAudioEntry(0);
+    closeWaveOut();
+    test::devices().playbackEntry.store(0);
     DecoderTest::TearDown();
   }
 };
@@ -102,7 +103,7 @@ TEST_F(Seeking, AmrChunksRoundTheOffsetDownToAWholeFrame) {
   EXPECT_EQ(used, 250);
   EXPECT_EQ(audio, 2);
   EXPECT_EQ(video, 3);  // 250 / 66.67
-  EXPECT_EQ(audio::waveOutAudioEntry(), 2);
+  EXPECT_EQ(test::devices().playbackEntry.load(), 2);
 
   // The next read of that chunk starts at the offset.
   std::vector<std::uint8_t> pcm(4096);
@@ -213,40 +214,38 @@ TEST_F(Seeking, NothingWithoutAMovie) {
   EXPECT_EQ(setAudioEntryByTime(10, &entry, nullptr, nullptr), 0);
 }
 
-bool deviceOpen() { return true; }
-bool resetFails() { return false; }
-int resets = 0;
-bool resetWorks() {
-  ++resets;
-  return true;
-}
+// The wave-out device of these tests is a double that plays at once.
+constexpr std::uint32_t kResetRefused = 1;  // MMSYSERR_ERROR
 
 TEST_F(Seeking, PlayingDeviceThatCannotBeResetAbortsTheSeek) {
   MovieLayout layout;
   layout.tracks = {videoLayout(markedFrames(30, {0})), amrLayout(50)};
   ASSERT_EQ(open(layout), 1);
-  const audio::WaveOutStandIn device{deviceOpen, resetFails};
-  audio::setWaveOutStandInForTesting(&device);
+  FakeWaveDevices device;
+  ASSERT_EQ(openWaveOut(0, nullptr, 16, 8000, 1), 1);
+  device.outResetResult = kResetRefused;
   std::int32_t used = -1, video = -1, audio = -1;
   EXPECT_EQ(seek(500, &used, &video, &audio), 0);
   EXPECT_EQ(used, -1);
   EXPECT_EQ(video, -1);
   EXPECT_EQ(audio, -1);
-  EXPECT_EQ(audio::waveOutAudioEntry(), 0);
+  EXPECT_EQ(test::devices().playbackEntry.load(), 0);
+  device.outResetResult = 0;
+  closeWaveOut();
 }
 
 TEST_F(Seeking, PlayingDeviceIsResetAndTakesTheNewPosition) {
   MovieLayout layout;
   layout.tracks = {videoLayout(markedFrames(30, {0})), amrLayout(50)};
   ASSERT_EQ(open(layout), 1);
-  const audio::WaveOutStandIn device{deviceOpen, resetWorks};
-  audio::setWaveOutStandInForTesting(&device);
-  resets = 0;
+  FakeWaveDevices device;
+  ASSERT_EQ(openWaveOut(0, nullptr, 16, 8000, 1), 1);
   std::int32_t audio = -1;
   EXPECT_EQ(seek(500, nullptr, nullptr, &audio), 1);
-  EXPECT_EQ(resets, 1);
+  EXPECT_EQ(device.callsNamed("waveOutReset").size(), 1u);
   EXPECT_EQ(audio, 25);
-  EXPECT_EQ(audio::waveOutAudioEntry(), 25);
+  EXPECT_EQ(test::devices().playbackEntry.load(), 25);
+  closeWaveOut();
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "mp4lib.h"
-#include "reader/rgb_decoding_fixture.h"
+#include "playback/rgb_decoding_fixture.h"
 
 namespace mp4lib::test {
 namespace {

@@ -1,25 +1,24 @@
-#include "frame/encode_path.h"
+#include "recording/encode_path.h"
 
 #include <gtest/gtest.h>
 
 #include <vector>
 
-#include "audio/wave_block_list.h"
+#include "devices/wave_block_list.h"
 #include "codecs/plugin_registry.h"
-#include "frame/encoder_context.h"
-#include "frame/movie_context.h"
-#include "frame/track_tables.h"
+#include "support/library_state.h"
+#include "container/recorded_movie.h"
+#include "container/recorded_tables.h"
 #include "mp4lib.h"
 #include "support/recording.h"
 #include "support/test_plugin.h"
-#include "writer/buffered_file.h"
+#include "container/buffered_file.h"
 
 namespace mp4lib::test {
 namespace {
 
-using frame::movieContext;
 
-std::vector<std::uint32_t> deltasOf(const frame::TrackRecord& track) {
+std::vector<std::uint32_t> deltasOf(const container::RecordedTrack& track) {
   std::vector<std::uint32_t> deltas;
   for (int i = 0; i < track.sttsCount; ++i) {
     EXPECT_EQ(track.stts[i].sampleCount, 1u);
@@ -31,7 +30,7 @@ std::vector<std::uint32_t> deltasOf(const frame::TrackRecord& track) {
 TEST(SpreadTimeToSampleDelta, SharesANewDeltaWithTheTrailingZeros) {
   TimeToSampleEntry entries[3] = {{1, 33, {0, 0}}, {1, 0, {0, 0}}, {1, 0, {0, 0}}};
   std::uint32_t delta = 100;
-  frame::spreadTimeToSampleDelta(entries, 3, &delta);
+  container::spreadTimeToSampleDelta(entries, 3, &delta);
   EXPECT_EQ(entries[0].delta, 33u);
   EXPECT_EQ(entries[1].delta, 33u);
   EXPECT_EQ(entries[2].delta, 33u);
@@ -41,12 +40,12 @@ TEST(SpreadTimeToSampleDelta, SharesANewDeltaWithTheTrailingZeros) {
 TEST(SpreadTimeToSampleDelta, LeavesTablesWithoutTrailingZerosAlone) {
   TimeToSampleEntry entries[2] = {{1, 0, {0, 0}}, {1, 40, {0, 0}}};
   std::uint32_t delta = 100;
-  frame::spreadTimeToSampleDelta(entries, 2, &delta);
+  container::spreadTimeToSampleDelta(entries, 2, &delta);
   EXPECT_EQ(entries[0].delta, 0u);
   EXPECT_EQ(entries[1].delta, 40u);
   EXPECT_EQ(delta, 100u);
-  frame::spreadTimeToSampleDelta(entries, 0, &delta);
-  frame::spreadTimeToSampleDelta(nullptr, 2, &delta);
+  container::spreadTimeToSampleDelta(entries, 0, &delta);
+  container::spreadTimeToSampleDelta(nullptr, 2, &delta);
   EXPECT_EQ(delta, 100u);
 }
 
@@ -56,7 +55,7 @@ class EncodePath : public RecordingTest {
     std::uint32_t size = static_cast<std::uint32_t>(out.size());
     return static_cast<std::uint32_t>(encode_video(blankFrame(), 0, out.data(), &size, ts));
   }
-  frame::TrackRecord& videoTrack() { return movieContext().tracks[0]; }
+  container::RecordedTrack& videoTrack() { return test::recorder().movie.tracks[0]; }
   std::vector<std::uint8_t> out = std::vector<std::uint8_t>(100000);
 };
 
@@ -67,8 +66,8 @@ TEST_F(EncodePath, TwoFramesAtOneTimeThenOne66msLaterGet33Each) {
   EXPECT_EQ(deltasOf(videoTrack()), (std::vector<std::uint32_t>{0}));
   ASSERT_EQ(encodeAt(566), 1u);
   EXPECT_EQ(deltasOf(videoTrack()), (std::vector<std::uint32_t>{33, 33}));
-  EXPECT_EQ(frame::encodeTiming().firstTimestamp, 500u);
-  EXPECT_EQ(frame::encodeTiming().lastTimestamp, 566u);
+  EXPECT_EQ(test::recorder().timing.firstTimestamp, 500u);
+  EXPECT_EQ(test::recorder().timing.lastTimestamp, 566u);
 }
 
 TEST_F(EncodePath, NowFollowsTheClock) {
@@ -81,9 +80,9 @@ TEST_F(EncodePath, NowFollowsTheClock) {
   ASSERT_EQ(encodeAt(0xFFFFFFFF), 1u);
   EXPECT_EQ(deltasOf(videoTrack()), (std::vector<std::uint32_t>{40, 60}));
   // The first timestamp of a clock-timed recording is 0, not the clock.
-  EXPECT_EQ(frame::encodeTiming().firstTimestamp, 0u);
-  EXPECT_EQ(frame::encodeTiming().startClock, 1000u);
-  EXPECT_EQ(frame::encodeTiming().lastTimestamp, 1100u);
+  EXPECT_EQ(test::recorder().timing.firstTimestamp, 0u);
+  EXPECT_EQ(test::recorder().timing.startClock, 1000u);
+  EXPECT_EQ(test::recorder().timing.lastTimestamp, 1100u);
   // The plug-in sees the caller's timestamp, not the clock.
   const TestPluginControl* plugin = control(MP4LIB_CODEC_TYPE_H263);
   EXPECT_EQ(plugin->calls[plugin->callCount - 1].args[4], 0xFFFFFFFFu);
@@ -94,11 +93,11 @@ TEST_F(EncodePath, TheFirstFrameRecordsNoDurationAndAFailedOneKeepsItFirst) {
   TestPluginControl* plugin = control(MP4LIB_CODEC_TYPE_H263);
   plugin->encodeResult = 0x200;
   EXPECT_EQ(encodeAt(100), 0x200u);  // the failing value, unchanged
-  EXPECT_TRUE(frame::encodeTiming().firstFrame);
+  EXPECT_TRUE(test::recorder().timing.firstFrame);
   plugin->encodeResult = 1;
   ASSERT_EQ(encodeAt(200), 1u);
-  EXPECT_FALSE(frame::encodeTiming().firstFrame);
-  EXPECT_EQ(frame::encodeTiming().firstTimestamp, 200u);
+  EXPECT_FALSE(test::recorder().timing.firstFrame);
+  EXPECT_EQ(test::recorder().timing.firstTimestamp, 200u);
   EXPECT_EQ(videoTrack().sttsCount, 0);
 }
 
@@ -108,7 +107,7 @@ TEST_F(EncodePath, ConstantRateKeepsOnlyTheLastTimestamp) {
   ASSERT_EQ(encodeAt(90), 1u);
   EXPECT_EQ(videoTrack().sttsCount, 1);
   EXPECT_EQ(videoTrack().stts[0].delta, 0u);
-  EXPECT_EQ(frame::encodeTiming().lastTimestamp, 90u);
+  EXPECT_EQ(test::recorder().timing.lastTimestamp, 90u);
 }
 
 TEST_F(EncodePath, TimingTableGrowsPastItsFirstHundredEntries) {
@@ -144,7 +143,7 @@ TEST_F(EncodePath, AFailingPlugInStoresAndTimesNothing) {
   EXPECT_EQ(encodeVideo(blankFrame(), 0, out.data(), &size, 1, 40), 0x100);
   EXPECT_EQ(videoTrack().sampleCount, 0);
   EXPECT_EQ(videoTrack().sttsCount, 0);
-  EXPECT_EQ(frame::encodeTiming().lastTimestamp, 0u);
+  EXPECT_EQ(test::recorder().timing.lastTimestamp, 0u);
 }
 
 TEST_F(EncodePath, WriteEncodeDataRecordsOffsetsSizesAndTheByteCounter) {
@@ -156,7 +155,7 @@ TEST_F(EncodePath, WriteEncodeDataRecordsOffsetsSizesAndTheByteCounter) {
   ASSERT_EQ(writeEncodeData(bytes.data(), 300, 0, 0), 1);
   ASSERT_EQ(writeEncodeData(bytes.data(), 32, 1, 0), 1);
   ASSERT_EQ(writeEncodeData(bytes.data(), 32, 1, 0), 1);
-  const frame::TrackRecord& audio = movieContext().tracks[1];
+  const container::RecordedTrack& audio = test::recorder().movie.tracks[1];
   EXPECT_EQ(videoTrack().samples[0].offset, 104u);
   ASSERT_EQ(audio.sampleCount, 2);
   EXPECT_EQ(audio.samples[0].offset, 404u);
@@ -170,9 +169,9 @@ TEST_F(EncodePath, WriteEncodeDataOfAnUnknownTypeWritesNothing) {
   EncoderContext* context = startRecording(videoParams(MP4LIB_CODEC_TYPE_H263, 0), "type2.3gp");
   ASSERT_NE(context, nullptr);
   const std::uint8_t bytes[8] = {};
-  const std::uint64_t before = writer::movieFile().tell(writer::movieFile());
+  const std::uint64_t before = test::recorder().file.tell(test::recorder().file);
   EXPECT_EQ(writeEncodeData(bytes, 8, 2, 0), 0);
-  EXPECT_EQ(writer::movieFile().tell(writer::movieFile()), before);
+  EXPECT_EQ(test::recorder().file.tell(test::recorder().file), before);
   EXPECT_EQ(context->encodedBytes, 0u);
   EXPECT_EQ(writeEncodeData(bytes, 8, 1, 0), 0);  // no audio track in this recording
   EXPECT_EQ(writeEncodeData(nullptr, 8, 0, 0), 0);
@@ -184,7 +183,7 @@ std::size_t shortWrite(const void*, std::size_t length, std::FILE*) { return len
 TEST_F(EncodePath, AFailedWriteRecordsNothingForWriteEncodeDataButDoesForEncodeVideo) {
   EncoderContext* context = startRecording(videoParams(MP4LIB_CODEC_TYPE_H263, 0), "short.3gp");
   ASSERT_NE(context, nullptr);
-  writer::setRawWriteForTesting(shortWrite);
+  platform::setFileWriteForTesting(shortWrite);
   const std::vector<std::uint8_t> large(70000, 1);  // goes straight to the file
   EXPECT_EQ(writeEncodeData(large.data(), 70000, 0, 0), 0);
   EXPECT_EQ(videoTrack().sampleCount, 0);
@@ -194,7 +193,7 @@ TEST_F(EncodePath, AFailedWriteRecordsNothingForWriteEncodeDataButDoesForEncodeV
   EXPECT_EQ(encodeVideo(blankFrame(), 0, out.data(), &size, 1, 0), 1);
   EXPECT_EQ(videoTrack().sampleCount, 1);
   EXPECT_EQ(context->encodedBytes, 70000u);
-  writer::setRawWriteForTesting(nullptr);
+  platform::setFileWriteForTesting(nullptr);
 }
 
 TEST_F(EncodePath, SampleTableGrowsPastSixteenThousandEntries) {
@@ -208,17 +207,17 @@ TEST_F(EncodePath, SampleTableGrowsPastSixteenThousandEntries) {
 
 TEST_F(EncodePath, AFullSampleTableRefusesTheSample) {
   ASSERT_NE(startRecording(videoParams(MP4LIB_CODEC_TYPE_H263, 0), "full.3gp"), nullptr);
-  frame::TrackRecord& track = videoTrack();
+  container::RecordedTrack& track = videoTrack();
   const std::int32_t capacity = track.sampleCapacity;
   // Pretend the table is at its limit; it is not touched when it cannot grow.
-  track.sampleCount = frame::kMaxTableEntries;
-  track.sampleCapacity = frame::kMaxTableEntries;
+  track.sampleCount = container::kMaxTableEntries;
+  track.sampleCapacity = container::kMaxTableEntries;
   const std::uint8_t byte = 1;
   EXPECT_EQ(writeEncodeData(&byte, 1, 0, 0), 0);
   std::uint32_t size = static_cast<std::uint32_t>(out.size());
   EXPECT_EQ(encodeVideo(blankFrame(), 0, out.data(), &size, 1, 0), 0);
   EXPECT_EQ(countCalls(control(MP4LIB_CODEC_TYPE_H263), TP_ENCODE), 0);
-  EXPECT_EQ(writer::movieFile().tell(writer::movieFile()), 104u);
+  EXPECT_EQ(test::recorder().file.tell(test::recorder().file), 104u);
   track.sampleCount = 0;
   track.sampleCapacity = capacity;
 }
@@ -240,11 +239,11 @@ TEST_F(EncodePath, EncodeAudioPassesItsArgumentsThrough) {
 }
 
 void queueBlock(std::uint32_t bytes, std::uint8_t fill) {
-  audio::WaveBlock* block = audio::newWaveBlock(bytes);
+  devices::WaveBlock* block = devices::newWaveBlock(bytes);
   ASSERT_NE(block, nullptr);
   for (std::uint32_t i = 0; i < bytes; ++i) block->header.data[i] = fill;
   block->header.bytesRecorded = bytes;
-  audio::appendWaveBlock(block);
+  devices::appendWaveBlock(test::devices().blocks, block);
 }
 
 TEST_F(EncodePath, EncodeWaveInAudioDrainsTheCapturedBlocksInOrder) {
@@ -259,15 +258,15 @@ TEST_F(EncodePath, EncodeWaveInAudioDrainsTheCapturedBlocksInOrder) {
   ASSERT_EQ(encodeWaveInAudio(out.data(), &size, 0), 1);  // encoded, not stored
   EXPECT_EQ(size, 320u);
   EXPECT_EQ(out[0], 0x11);
-  EXPECT_EQ(audio::waveBlockCount(), 2u);
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 2u);
   size = 1000;
   ASSERT_EQ(encodeWaveInAudio(out.data(), &size, 1), 1);
   EXPECT_EQ(out[0], 0x22);
   size = 1000;
   EXPECT_EQ(encodeWaveInAudio(out.data(), &size, 1), 0);  // an empty block encodes to nothing
   EXPECT_EQ(size, 0u);
-  EXPECT_EQ(audio::waveBlockCount(), 0u);
-  const frame::TrackRecord& track = movieContext().tracks[0];
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 0u);
+  const container::RecordedTrack& track = test::recorder().movie.tracks[0];
   ASSERT_EQ(track.sampleCount, 1);
   EXPECT_EQ(track.samples[0].offset, 104u);
   EXPECT_EQ(track.stts[0].sampleCount, 1u);
@@ -282,8 +281,8 @@ TEST_F(EncodePath, AFailingAudioPlugInStillUsesUpTheBlock) {
   queueBlock(320, 1);
   std::uint32_t size = 1000;
   EXPECT_EQ(encodeWaveInAudio(out.data(), &size, 1), 0);
-  EXPECT_EQ(audio::waveBlockCount(), 0u);
-  EXPECT_EQ(movieContext().tracks[0].sampleCount, 0);
+  EXPECT_EQ(devices::waveBlockCount(test::devices().blocks), 0u);
+  EXPECT_EQ(test::recorder().movie.tracks[0].sampleCount, 0);
 }
 
 TEST_F(EncodePath, ReconstructedPictureComesFromTheVideoPlugIn) {
@@ -337,7 +336,7 @@ TEST_F(EncodePath, StoringWithoutAFileIsRefusedButEncodingWorks) {
   EXPECT_EQ(encodeVideo(blankFrame(), 0, out.data(), &size, 1, 0), 0);
   EXPECT_EQ(encode_video(blankFrame(), 0, out.data(), &size, 0), 1u);
   EXPECT_EQ(encode_video(blankFrame(), 0, out.data(), &size, 40), 1u);
-  EXPECT_EQ(movieContext().tracks[0].stts, nullptr);
+  EXPECT_EQ(test::recorder().movie.tracks[0].stts, nullptr);
 }
 
 }  // namespace

@@ -1,14 +1,13 @@
-#include "frame/encoder.h"
+#include "recording/encoder_setup.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 
 #include "codecs/plugin_registry.h"
-#include "frame/encode_path.h"
-#include "frame/encoder_context.h"
-#include "frame/library.h"
-#include "frame/movie_context.h"
+#include "recording/encode_path.h"
+#include "support/library_state.h"
+#include "container/recorded_movie.h"
 #include "mp4lib.h"
 #include "support/recording.h"
 #include "support/test_plugin.h"
@@ -16,7 +15,6 @@
 namespace mp4lib::test {
 namespace {
 
-using frame::movieContext;
 
 class EncoderTest : public RecordingTest {
  protected:
@@ -27,22 +25,22 @@ class EncoderTest : public RecordingTest {
 };
 
 TEST_F(EncoderTest, RefusedWhileADecoderIsActiveAndTouchesNothing) {
-  frame::encoderContext().width = 77;
-  frame::setDecoderActive(true);
+  test::recorder().context.width = 77;
+  test::player().open.store(true);
   EncoderParams params = videoParams(MP4LIB_CODEC_TYPE_H263, 0);
   EncoderContext* context = reinterpret_cast<EncoderContext*>(0x1234);
   EXPECT_EQ(initEncoder(&params, &context), 0u);
   EXPECT_EQ(context, reinterpret_cast<EncoderContext*>(0x1234));
-  EXPECT_EQ(frame::encoderContext().width, 77u);
+  EXPECT_EQ(test::recorder().context.width, 77u);
   EXPECT_EQ(countCalls(control(MP4LIB_CODEC_TYPE_H263), TP_INIT_ENCODE), 0);
-  EXPECT_FALSE(frame::encoderActive());
+  EXPECT_FALSE(test::recorder().active.load());
 }
 
 TEST_F(EncoderTest, RefusedWithTenThousandFreeBytesOrFewer) {
   testFreeBytes = 10000;
   EXPECT_EQ(init(videoParams(MP4LIB_CODEC_TYPE_H263, 0)), nullptr);
-  EXPECT_FALSE(frame::encoderActive());
-  EXPECT_EQ(frame::encoderContext().freeBytes, 10000u);
+  EXPECT_FALSE(test::recorder().active.load());
+  EXPECT_EQ(test::recorder().context.freeBytes, 10000u);
   testFreeBytes = 10001;
   EXPECT_NE(init(videoParams(MP4LIB_CODEC_TYPE_H263, 0)), nullptr);
 }
@@ -50,16 +48,16 @@ TEST_F(EncoderTest, RefusedWithTenThousandFreeBytesOrFewer) {
 TEST_F(EncoderTest, OnlyTheLowWordOfTheFreeBytesCounts) {
   testFreeBytes = (5ull << 32) + 9000;  // 20 GiB, but a low word of 9000
   EXPECT_EQ(init(videoParams(MP4LIB_CODEC_TYPE_H263, 0)), nullptr);
-  EXPECT_EQ(frame::encoderContext().freeBytes, (5ull << 32) + 9000);
-  EXPECT_EQ(frame::encoderContext().totalBytes, 64ull << 30);
+  EXPECT_EQ(test::recorder().context.freeBytes, (5ull << 32) + 9000);
+  EXPECT_EQ(test::recorder().context.totalBytes, 64ull << 30);
 }
 
 TEST_F(EncoderTest, FillsTheContextAndTheFrameBuffer) {
   EncoderParams params = videoParams(MP4LIB_CODEC_TYPE_H263, 1);
   addAudio(params, MP4LIB_CODEC_TYPE_AMR, 60);
   EncoderContext* context = init(params);
-  ASSERT_EQ(context, &frame::encoderContext());
-  EXPECT_TRUE(frame::encoderActive());
+  ASSERT_EQ(context, &test::recorder().context);
+  EXPECT_TRUE(test::recorder().active.load());
   EXPECT_EQ(context->flags, 12u);
   EXPECT_EQ(context->width, 176u);  // from the plug-in's initEncode
   EXPECT_EQ(context->codedHeight, 144u);
@@ -71,16 +69,17 @@ TEST_F(EncoderTest, FillsTheContextAndTheFrameBuffer) {
   EXPECT_EQ(context->audioChannels, 1);
   EXPECT_EQ(context->audioBlockMs, 60u);
   EXPECT_EQ(context->pcmBytesPerBlock, 960u);  // 16 x 60 x 8000 x 1 / 8000
-  EXPECT_EQ(context->videoPlugin, codecs::findCodecPluginByType(MP4LIB_CODEC_TYPE_H263));
-  EXPECT_EQ(context->audioPlugin, codecs::findCodecPluginByType(MP4LIB_CODEC_TYPE_AMR));
-  EXPECT_EQ(codecs::activePlugins().videoEncoder, context->videoPlugin);
-  EXPECT_EQ(codecs::activePlugins().audioEncoder, context->audioPlugin);
+  EXPECT_EQ(test::recorder().captureBlockBytes.load(), 960u);  // the wave input's buffers
+  EXPECT_EQ(context->videoPlugin, codecs::findCodecPluginByType(test::plugins(), MP4LIB_CODEC_TYPE_H263));
+  EXPECT_EQ(context->audioPlugin, codecs::findCodecPluginByType(test::plugins(), MP4LIB_CODEC_TYPE_AMR));
+  EXPECT_EQ(test::plugins().active.videoEncoder, context->videoPlugin);
+  EXPECT_EQ(test::plugins().active.audioEncoder, context->audioPlugin);
   EXPECT_EQ(context->frameSampleCount, 38016u);  // 176 x 144 x 3 / 2
   EXPECT_EQ(context->planeY, context->frameBuffer);
   EXPECT_EQ(context->planeU, context->frameBuffer + 25344);
   EXPECT_EQ(context->planeV, context->frameBuffer + 25344 + 6336);
   EXPECT_EQ(context->outputFile, nullptr);
-  EXPECT_TRUE(frame::encodeTiming().firstFrame);
+  EXPECT_TRUE(test::recorder().timing.firstFrame);
 
   const TestPluginControl* video = control(MP4LIB_CODEC_TYPE_H263);
   ASSERT_EQ(countCalls(video, TP_INIT_ENCODE), 1);
@@ -98,8 +97,8 @@ TEST_F(EncoderTest, AudioOnlyHasNoFrameBuffer) {
 
 TEST_F(EncoderTest, UnknownVideoCodecTypeFails) {
   EXPECT_EQ(init(videoParams(MP4LIB_CODEC_TYPE_VIDEO_33, 0)), nullptr);
-  EXPECT_FALSE(frame::encoderActive());
-  EXPECT_EQ(codecs::activePlugins().videoEncoder, nullptr);
+  EXPECT_FALSE(test::recorder().active.load());
+  EXPECT_EQ(test::plugins().active.videoEncoder, nullptr);
 }
 
 TEST_F(EncoderTest, AFailingVideoPlugInsValueIsReturned) {
@@ -108,7 +107,7 @@ TEST_F(EncoderTest, AFailingVideoPlugInsValueIsReturned) {
   EncoderContext* context = nullptr;
   EXPECT_EQ(initEncoder(&params, &context), 0x300u);
   EXPECT_EQ(context, nullptr);
-  EXPECT_FALSE(frame::encoderActive());
+  EXPECT_FALSE(test::recorder().active.load());
 }
 
 TEST_F(EncoderTest, AFailingAudioPlugInReleasesTheVideoPlugIn) {
@@ -117,15 +116,15 @@ TEST_F(EncoderTest, AFailingAudioPlugInReleasesTheVideoPlugIn) {
   addAudio(params, MP4LIB_CODEC_TYPE_AMR, 20);
   EncoderContext* context = nullptr;
   EXPECT_EQ(initEncoder(&params, &context), 0x100u);
-  EXPECT_FALSE(frame::encoderActive());
+  EXPECT_FALSE(test::recorder().active.load());
   EXPECT_EQ(countCalls(control(MP4LIB_CODEC_TYPE_H263), TP_FINALIZE_ENCODE), 1);
-  EXPECT_EQ(codecs::activePlugins().videoEncoder, nullptr);
-  EXPECT_EQ(codecs::activePlugins().audioEncoder, nullptr);
+  EXPECT_EQ(test::plugins().active.videoEncoder, nullptr);
+  EXPECT_EQ(test::plugins().active.audioEncoder, nullptr);
 }
 
 TEST_F(EncoderTest, MissingAudioPlugInFails) {
   EXPECT_EQ(init(audioParams(MP4LIB_CODEC_TYPE_AAC, 20)), nullptr);
-  EXPECT_FALSE(frame::encoderActive());
+  EXPECT_FALSE(test::recorder().active.load());
 }
 
 TEST_F(EncoderTest, ImpossibleFrameSizeFailsCleanly) {
@@ -136,8 +135,8 @@ TEST_F(EncoderTest, ImpossibleFrameSizeFailsCleanly) {
     return 1;
   };
   EXPECT_EQ(init(videoParams(MP4LIB_CODEC_TYPE_H263, 0)), nullptr);
-  EXPECT_FALSE(frame::encoderActive());
-  EXPECT_EQ(frame::encoderContext().frameBuffer, nullptr);
+  EXPECT_FALSE(test::recorder().active.load());
+  EXPECT_EQ(test::recorder().context.frameBuffer, nullptr);
   EXPECT_EQ(countCalls(control(MP4LIB_CODEC_TYPE_H263), TP_FINALIZE_ENCODE), 1);
 }
 
@@ -150,7 +149,7 @@ TEST_F(EncoderTest, NullArgumentsAndASecondContextAreRefused) {
   EncoderContext* second = nullptr;
   EXPECT_EQ(initEncoder(&params, &second), 0u);
   EXPECT_EQ(second, nullptr);
-  EXPECT_TRUE(frame::encoderActive());
+  EXPECT_TRUE(test::recorder().active.load());
 }
 
 TEST_F(EncoderTest, CreateEncodeFilePreparesVideoAndAudioTracks) {
@@ -161,7 +160,7 @@ TEST_F(EncoderTest, CreateEncodeFilePreparesVideoAndAudioTracks) {
   ASSERT_EQ(createEncodeFile(pathOf("movie.avi").wstring().c_str()), 1);
   EXPECT_EQ(context->containerMode, 3u);  // 3GP whatever the extension
   EXPECT_NE(context->outputFile, nullptr);
-  const frame::MovieContext& movie = movieContext();
+  const container::RecordedMovie& movie = test::recorder().movie;
   EXPECT_EQ(movie.trackCount, 2);
   EXPECT_EQ(movie.streamCount, 2u);
   EXPECT_EQ(movie.timeScale, 1000u);
@@ -169,7 +168,7 @@ TEST_F(EncoderTest, CreateEncodeFilePreparesVideoAndAudioTracks) {
   EXPECT_EQ(movie.videoTrackIndex, 0);
   EXPECT_EQ(movie.audioTrackIndex, 1);
 
-  const frame::TrackRecord& video = movie.tracks[0];
+  const container::RecordedTrack& video = movie.tracks[0];
   EXPECT_EQ(video.trackId, 1u);
   EXPECT_EQ(video.mediaTimeScale, 15000u);
   EXPECT_EQ(video.sampleCapacity, 16384);
@@ -187,7 +186,7 @@ TEST_F(EncoderTest, CreateEncodeFilePreparesVideoAndAudioTracks) {
   EXPECT_EQ(video.codec->width, 176u);
   EXPECT_EQ(video.codec->sampleRate, 0u);
 
-  const frame::TrackRecord& audio = movie.tracks[1];
+  const container::RecordedTrack& audio = movie.tracks[1];
   EXPECT_EQ(audio.trackId, 2u);
   EXPECT_EQ(audio.mediaTimeScale, 1000u);
   EXPECT_EQ(audio.sampleCapacity, 16384);
@@ -210,14 +209,14 @@ TEST_F(EncoderTest, CreateEncodeFilePreparesVideoAndAudioTracks) {
 TEST_F(EncoderTest, TimestampedVideoStartsWithAnEmptyTimingTable) {
   ASSERT_NE(init(videoParams(MP4LIB_CODEC_TYPE_H263, 1)), nullptr);
   ASSERT_EQ(createEncodeFile(pathOf("movie.3gp").wstring().c_str()), 1);
-  EXPECT_EQ(movieContext().tracks[0].sttsCount, 0);
-  EXPECT_GE(movieContext().tracks[0].sttsCapacity, 100);
+  EXPECT_EQ(test::recorder().movie.tracks[0].sttsCount, 0);
+  EXPECT_GE(test::recorder().movie.tracks[0].sttsCapacity, 100);
 }
 
 TEST_F(EncoderTest, AudioOnlyTakesTheFirstSlotAndTrackIdOne) {
   ASSERT_NE(init(audioParams(MP4LIB_CODEC_TYPE_AMR, 10)), nullptr);
   ASSERT_EQ(createEncodeFile(pathOf("audio.3gp").wstring().c_str()), 1);
-  const frame::MovieContext& movie = movieContext();
+  const container::RecordedMovie& movie = test::recorder().movie;
   EXPECT_EQ(movie.trackCount, 1);
   EXPECT_EQ(movie.videoPresent, 0u);
   EXPECT_EQ(movie.audioTrackIndex, 0);
@@ -231,14 +230,14 @@ TEST_F(EncoderTest, FrameRateOf15GivesTimeScale15000AndOf29_97Gives29970) {
   params.frameRate = 29.97;
   ASSERT_NE(init(params), nullptr);
   ASSERT_EQ(createEncodeFile(pathOf("ntsc.3gp").wstring().c_str()), 1);
-  EXPECT_EQ(movieContext().tracks[0].mediaTimeScale, 29970u);
+  EXPECT_EQ(test::recorder().movie.tracks[0].mediaTimeScale, 29970u);
 }
 
 TEST_F(EncoderTest, AFileThatCannotBeOpenedStillPreparesTheMovie) {
   ASSERT_NE(init(videoParams(MP4LIB_CODEC_TYPE_H263, 0)), nullptr);
   EXPECT_EQ(createEncodeFile(pathOf("no/such/folder/x.3gp").wstring().c_str()), 0);
-  EXPECT_EQ(frame::encoderContext().outputFile, nullptr);
-  EXPECT_EQ(movieContext().trackCount, 1);
+  EXPECT_EQ(test::recorder().context.outputFile, nullptr);
+  EXPECT_EQ(test::recorder().movie.trackCount, 1);
   EXPECT_EQ(writeVideoFileHeader(0, 0), 0);
   const std::uint8_t sample[4] = {1, 2, 3, 4};
   EXPECT_EQ(writeEncodeData(sample, 4, 0, 0), 0);
@@ -273,7 +272,7 @@ TEST_F(EncoderTest, FinalizeReleasesEverythingButLeavesTheFileToClose) {
   EncoderContext* context = startRecording(params, "fin.3gp");
   ASSERT_NE(context, nullptr);
   finalizeEncoder();
-  EXPECT_FALSE(frame::encoderActive());
+  EXPECT_FALSE(test::recorder().active.load());
   EXPECT_EQ(countCalls(control(MP4LIB_CODEC_TYPE_H263), TP_FINALIZE_ENCODE), 1);
   EXPECT_EQ(countCalls(control(MP4LIB_CODEC_TYPE_AMR), TP_FINALIZE_ENCODE), 1);
   const TestPluginControl* video = control(MP4LIB_CODEC_TYPE_H263);
@@ -282,8 +281,8 @@ TEST_F(EncoderTest, FinalizeReleasesEverythingButLeavesTheFileToClose) {
   EXPECT_EQ(context->audioPlugin, nullptr);
   EXPECT_EQ(context->frameBuffer, nullptr);
   EXPECT_EQ(context->planeV, nullptr);
-  EXPECT_EQ(movieContext().trackCount, 0);
-  EXPECT_EQ(movieContext().tracks[0].samples, nullptr);
+  EXPECT_EQ(test::recorder().movie.trackCount, 0);
+  EXPECT_EQ(test::recorder().movie.tracks[0].samples, nullptr);
   EXPECT_NE(context->outputFile, nullptr);
   finalizeEncoder();  // a second time does nothing
   EXPECT_EQ(countCalls(control(MP4LIB_CODEC_TYPE_H263), TP_FINALIZE_ENCODE), 1);
@@ -295,7 +294,7 @@ TEST_F(EncoderTest, AFileLeftOpenMustBeClosedBeforeANewContext) {
   ASSERT_NE(startRecording(videoParams(MP4LIB_CODEC_TYPE_H263, 0), "open.3gp"), nullptr);
   finalizeEncoder();
   EXPECT_EQ(init(videoParams(MP4LIB_CODEC_TYPE_H263, 0)), nullptr);
-  EXPECT_NE(frame::encoderContext().outputFile, nullptr);
+  EXPECT_NE(test::recorder().context.outputFile, nullptr);
   ASSERT_EQ(closeEncodeFile(), 1);
   EXPECT_NE(init(videoParams(MP4LIB_CODEC_TYPE_H263, 0)), nullptr);
 }

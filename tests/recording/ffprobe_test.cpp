@@ -10,10 +10,11 @@
 #include <string>
 #include <vector>
 
-#include "audio/wave_block_list.h"
+#include "devices/wave_block_list.h"
 #include "mp4lib.h"
 #include "support/file_bytes.h"
 #include "support/recording.h"
+#include "support/library_state.h"
 
 namespace mp4lib::test {
 namespace {
@@ -99,11 +100,11 @@ bool removeEmptyDecoderSpecificBlock(Bytes& file) {
 
 void queueCapturedBlocks(int count, std::uint32_t bytes) {
   for (int k = 0; k < count; ++k) {
-    audio::WaveBlock* block = audio::newWaveBlock(bytes);
+    devices::WaveBlock* block = devices::newWaveBlock(bytes);
     ASSERT_NE(block, nullptr);
     for (std::uint32_t i = 0; i < bytes; ++i) block->header.data[i] = static_cast<std::uint8_t>(k + i);
     block->header.bytesRecorded = bytes;
-    audio::appendWaveBlock(block);
+    devices::appendWaveBlock(test::devices().blocks, block);
   }
 }
 

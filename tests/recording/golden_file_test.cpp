@@ -3,10 +3,11 @@
 // the comments.
 #include <gtest/gtest.h>
 
-#include "audio/wave_block_list.h"
+#include "devices/wave_block_list.h"
 #include "mp4lib.h"
 #include "support/expected_3gp.h"
 #include "support/recording.h"
+#include "support/library_state.h"
 
 namespace mp4lib::test {
 namespace {
@@ -20,11 +21,11 @@ Bytes pcmBlock(std::uint32_t length, std::uint8_t seed) {
 }
 
 void queueCapturedBlock(const Bytes& pcm) {
-  audio::WaveBlock* block = audio::newWaveBlock(static_cast<std::uint32_t>(pcm.size()));
+  devices::WaveBlock* block = devices::newWaveBlock(static_cast<std::uint32_t>(pcm.size()));
   ASSERT_NE(block, nullptr);
   std::copy(pcm.begin(), pcm.end(), block->header.data);
   block->header.bytesRecorded = static_cast<std::uint32_t>(pcm.size());
-  audio::appendWaveBlock(block);
+  devices::appendWaveBlock(test::devices().blocks, block);
 }
 
 // Header words the test plug-in puts into the encoder context.

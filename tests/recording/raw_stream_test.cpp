@@ -6,12 +6,13 @@
 #include <cstring>
 #include <vector>
 
-#include "audio/wave_block_list.h"
-#include "frame/movie_context.h"
+#include "devices/wave_block_list.h"
+#include "container/recorded_movie.h"
 #include "mp4lib.h"
 #include "support/expected_3gp.h"
 #include "support/file_bytes.h"
 #include "support/recording.h"
+#include "support/library_state.h"
 
 namespace mp4lib::test {
 namespace {
@@ -68,11 +69,11 @@ TEST_F(RawStream, HeaderVideoAndFramedAudioGoStraightToTheFile) {
   EXPECT_EQ(context->encodedBytes, 5u + 3u + 12u);
   // The one-step audio call frames with the clock and counts the data only.
   testClockMs = 4321;
-  audio::WaveBlock* block = audio::newWaveBlock(2);
+  devices::WaveBlock* block = devices::newWaveBlock(2);
   block->header.data[0] = 0x55;
   block->header.data[1] = 0x66;
   block->header.bytesRecorded = 2;
-  audio::appendWaveBlock(block);
+  devices::appendWaveBlock(test::devices().blocks, block);
   std::vector<std::uint8_t> out(100);
   std::uint32_t size = 100;
   ASSERT_EQ(encodeWaveInAudio(out.data(), &size, 1), 1);
@@ -90,8 +91,8 @@ TEST_F(RawStream, HeaderVideoAndFramedAudioGoStraightToTheFile) {
   file.append(expected::testVideoFrame(0, 100));
   EXPECT_EQ(readFileBytes(pathOf("raw.qzv")), file.bytes());
   // No sample tables are kept for a raw stream.
-  EXPECT_EQ(frame::movieContext().tracks[0].sampleCount, 0);
-  EXPECT_EQ(frame::movieContext().tracks[1].sampleCount, 0);
+  EXPECT_EQ(test::recorder().movie.tracks[0].sampleCount, 0);
+  EXPECT_EQ(test::recorder().movie.tracks[1].sampleCount, 0);
 }
 
 TEST_F(RawStream, RewritingTheHeaderReturnsToTheEnd) {

@@ -12,6 +12,7 @@
 #include "mp4lib.h"
 #include "support/plugin_folder.h"
 #include "support/recording.h"
+#include "support/library_state.h"
 
 namespace mp4lib::test {
 namespace {
@@ -49,10 +50,10 @@ class RealRecording : public RecordingTest {
  protected:
   void SetUp() override {
     RecordingTest::SetUp();
-    codecs::unloadCodecPlugins();
+    codecs::unloadCodecPlugins(test::plugins());
     const std::wstring beside = (libraryFolder() / mp4libFileName()).wstring();
-    codecs::discoverCodecPluginsBeside(beside.c_str());
-    if (codecs::findCodecPluginByType(MP4LIB_CODEC_TYPE_H263) == nullptr) GTEST_SKIP() << "no H.263 plug-in built";
+    codecs::discoverCodecPluginsBeside(test::plugins(), beside.c_str());
+    if (codecs::findCodecPluginByType(test::plugins(), MP4LIB_CODEC_TYPE_H263) == nullptr) GTEST_SKIP() << "no H.263 plug-in built";
     if (!ffprobeAvailable()) GTEST_SKIP() << "ffprobe is not installed";
   }
 };
@@ -72,7 +73,7 @@ TEST_F(RealRecording, H263FromRgbPicturesDecodes) {
 }
 
 TEST_F(RealRecording, H263WithAmrDecodes) {
-  if (codecs::findCodecPluginByType(MP4LIB_CODEC_TYPE_AMR) == nullptr) GTEST_SKIP() << "no AMR plug-in built";
+  if (codecs::findCodecPluginByType(test::plugins(), MP4LIB_CODEC_TYPE_AMR) == nullptr) GTEST_SKIP() << "no AMR plug-in built";
   EncoderParams params = videoParams(MP4LIB_CODEC_TYPE_H263, 0);
   addAudio(params, MP4LIB_CODEC_TYPE_AMR, 20);
   ASSERT_NE(startRecording(params, "real-av.3gp"), nullptr);
