@@ -25,6 +25,7 @@ class DecoderTest : public ::testing::Test {
 
   void TearDown() override {
     finalizeDecoder();
+    test::devices().playbackEntry.store(0);  // seeks move it
     test::plugins().active = codecs::ActivePlugins{};
     container::resetMovieContext(test::player().movie);
     codecs::unloadCodecPlugins(test::plugins());
