@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "api/library_state.h"
 #include "codecs/plugin_registry.h"
 #include "mp4lib.h"
 #include "platform/platform.h"
@@ -34,11 +35,12 @@ bool usePlugins(bool real) {
   std::wstring path(self, length);
   path = path.substr(0, path.rfind(mp4lib::platform::kPathSeparator) + 1);
   if (!real) path += L"benchplugins" + std::wstring(1, mp4lib::platform::kPathSeparator);
-  mp4lib::codecs::activePlugins() = mp4lib::codecs::ActivePlugins{};
-  mp4lib::codecs::unloadCodecPlugins();
-  mp4lib::codecs::discoverCodecPluginsBeside((path + L"x").c_str());
-  return mp4lib::codecs::findCodecPluginByType(MP4LIB_CODEC_TYPE_H263) != nullptr &&
-         mp4lib::codecs::findCodecPluginByType(MP4LIB_CODEC_TYPE_AMR) != nullptr;
+  mp4lib::codecs::PluginRegistry& plugins = mp4lib::api::libraryState().plugins;
+  plugins.active = mp4lib::codecs::ActivePlugins{};
+  mp4lib::codecs::unloadCodecPlugins(plugins);
+  mp4lib::codecs::discoverCodecPluginsBeside(plugins, (path + L"x").c_str());
+  return mp4lib::codecs::findCodecPluginByType(plugins, MP4LIB_CODEC_TYPE_H263) != nullptr &&
+         mp4lib::codecs::findCodecPluginByType(plugins, MP4LIB_CODEC_TYPE_AMR) != nullptr;
 }
 
 // A moving RGB16 (5-6-5) picture: bars that slide 2 pixels per frame.
@@ -151,7 +153,7 @@ void Play(benchmark::State& state, bool real) {
   // The pass-through codec decodes nothing: it hands out a grey picture.
   std::vector<std::uint8_t> grey(static_cast<std::size_t>(width) * height * 3 / 2, 128);
   if (!real) {
-    TestPluginControl* control = mp4lib::test::controlOf(mp4lib::codecs::activePlugins().videoDecoder);
+    TestPluginControl* control = mp4lib::test::controlOf(mp4lib::api::libraryState().plugins.active.videoDecoder);
     if (control == nullptr) return state.SkipWithError("no pass-through control block");
     control->planeY = grey.data();
     control->planeU = grey.data() + std::size_t{width} * height;

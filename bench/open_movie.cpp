@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "api/library_state.h"
 #include "codecs/plugin_registry.h"
 #include "mp4lib.h"
 
@@ -12,7 +13,8 @@ int main(int argc, char** argv) {
     return 2;
   }
   namespace fs = std::filesystem;
-  mp4lib::codecs::discoverCodecPluginsBeside((fs::path(argv[2]) / "mp4lib").wstring().c_str());
+  mp4lib::codecs::PluginRegistry& plugins = mp4lib::api::libraryState().plugins;
+  mp4lib::codecs::discoverCodecPluginsBeside(plugins, (fs::path(argv[2]) / "mp4lib").wstring().c_str());
   MovieParams* params = nullptr;
   if (initDecoder(fs::path(argv[1]).wstring().c_str(), &params) != 1) {
     std::fprintf(stderr, "cannot open %s\n", argv[1]);
@@ -24,6 +26,6 @@ int main(int argc, char** argv) {
   getMovieDuration(&duration);
   std::printf("%u frames, %u ms, %ux%u\n", frames, duration, params->width, params->height);
   finalizeDecoder();
-  mp4lib::codecs::unloadCodecPlugins();
+  mp4lib::codecs::unloadCodecPlugins(plugins);
   return 0;
 }

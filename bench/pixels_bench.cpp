@@ -8,7 +8,7 @@
 #include <random>
 #include <vector>
 
-#include "frame/encoder_context.h"
+#include "api/library_state.h"
 #include "mp4lib.h"
 #include "pixels/tables.h"
 #include "pixels/yuv_to_rgb.h"
@@ -47,7 +47,7 @@ void countPixels(benchmark::State& state, Size size) {
 }
 
 void setEncoderPicture(Size size, bool resize) {
-  EncoderContext& context = mp4lib::frame::encoderContext();
+  EncoderContext& context = mp4lib::api::libraryState().recorder.context;
   context.codedWidth = static_cast<std::uint32_t>(size.width);
   context.codedHeight = static_cast<std::uint32_t>(size.height);
   context.conversionFlags = resize ? MP4LIB_CONVERT_RESIZE : 0u;
@@ -66,7 +66,7 @@ struct Planes {
 
 void Rgb16ToYuv_rgb16_yuv420(benchmark::State& state) {
   const Size s = sizeOf(state);
-  mp4lib::pixels::buildLookupTables();
+  mp4lib::pixels::buildLookupTables(mp4lib::api::libraryState().lookupTables);
   setEncoderPicture(s, false);
   const std::vector<std::uint8_t> bytes = randomBytes(2 * s.width * s.height);
   std::vector<std::uint16_t> rgb(s.width * s.height);
@@ -134,8 +134,8 @@ void YuvToRgb16(benchmark::State& state, int method) {
   std::vector<std::uint8_t> rgb(2 * s.width * s.height);
   setYUV2RGBMethod(method);
   for (auto _ : state) {
-    mp4lib::pixels::transferYUV2RGB16(static_cast<std::uint32_t>(s.width), 0, s.width, s.height, p.y8.data(),
-                                      p.u8.data(), p.v8.data(), rgb.data());
+    mp4lib::pixels::yuvToRgb16(method, static_cast<std::uint32_t>(s.width), s.width, s.height, p.y8.data(),
+                               p.u8.data(), p.v8.data(), rgb.data());
   }
   setYUV2RGBMethod(0);
   countPixels(state, s);

@@ -9,13 +9,14 @@
 #include <filesystem>
 #include <string>
 
+#include "api/library_state.h"
 #include "codecs/plugin_registry.h"
-#include "frame/movie_context.h"
+#include "container/box_parser.h"
+#include "container/byte_reader.h"
+#include "container/movie_context.h"
+#include "container/parse_context.h"
 #include "movie_file.h"
 #include "mp4lib.h"
-#include "reader/box_parser.h"
-#include "reader/byte_reader.h"
-#include "reader/parse_context.h"
 
 namespace fs = std::filesystem;
 using namespace mp4lib;
@@ -26,35 +27,35 @@ constexpr std::uint32_t kSamples = 108000;
 std::string moviePath;
 std::string pluginFolder;
 
-std::size_t indexBytes(const frame::MovieContext& movie) {
+std::size_t indexBytes(const container::MovieContext& movie) {
   std::size_t bytes = 0;
   for (int t = 0; t < movie.trackCount; ++t) {
-    const frame::TrackRecord& track = movie.tracks[t];
+    const container::TrackRecord& track = movie.tracks[t];
     bytes += std::size_t(track.sampleCapacity) * sizeof(SampleEntry);
-    bytes += std::size_t(track.timeRunCount) * sizeof(frame::TimeRun);
-    bytes += std::size_t(track.stscRunCount) * sizeof(frame::SampleToChunkRun);
+    bytes += std::size_t(track.timeRunCount) * sizeof(container::TimeRun);
+    bytes += std::size_t(track.stscRunCount) * sizeof(container::SampleToChunkRun);
     if (track.chunkOffsets != nullptr) bytes += std::size_t(track.chunkCount) * sizeof(std::uint32_t);
   }
   return bytes;
 }
 
 void IndexBuild(benchmark::State& state) {
-  static frame::MovieContext movie;
+  static container::MovieContext movie;
   std::size_t bytes = 0;
   for (auto _ : state) {
     std::FILE* stream = std::fopen(moviePath.c_str(), "rb");
-    reader::InputFile in;
-    reader::openInput(in, stream);
-    frame::resetMovieContext(movie);
+    container::InputFile in;
+    container::openInput(in, stream);
+    container::resetMovieContext(movie);
     MovieParams params{};
-    reader::ParseFindings findings;
-    reader::ParseContext context{movie, params, in, findings};
-    if (reader::readHeader(context) != 0 || movie.tracks[0].sampleCount != static_cast<std::int32_t>(kSamples)) {
+    container::ParseFindings findings;
+    container::ParseContext context{movie, params, in, findings};
+    if (container::readHeader(context) != 0 || movie.tracks[0].sampleCount != static_cast<std::int32_t>(kSamples)) {
       state.SkipWithError("the movie did not parse");
     }
     bytes = indexBytes(movie);
-    frame::resetMovieContext(movie);
-    reader::closeInput(in);
+    container::resetMovieContext(movie);
+    container::closeInput(in);
   }
   state.counters["ns_per_sample"] = benchmark::Counter(static_cast<double>(kSamples), benchmark::Counter::kIsIterationInvariantRate |
                                                                                              benchmark::Counter::kInvert);
@@ -63,8 +64,8 @@ void IndexBuild(benchmark::State& state) {
 BENCHMARK(IndexBuild)->Unit(benchmark::kMillisecond);
 
 void InitAndFinalizeDecoder(benchmark::State& state) {
-  codecs::discoverCodecPluginsBeside((fs::path(pluginFolder) / "mp4lib").wstring().c_str());
-  if (codecs::codecPluginCount() == 0) state.SkipWithError("no plug-in beside the benchmark");
+  codecs::discoverCodecPluginsBeside(api::libraryState().plugins, (fs::path(pluginFolder) / "mp4lib").wstring().c_str());
+  if (api::libraryState().plugins.count == 0) state.SkipWithError("no plug-in beside the benchmark");
   const std::wstring path = fs::path(moviePath).wstring();
   for (auto _ : state) {
     MovieParams* params = nullptr;
@@ -73,7 +74,7 @@ void InitAndFinalizeDecoder(benchmark::State& state) {
   }
   state.counters["ns_per_sample"] = benchmark::Counter(static_cast<double>(kSamples), benchmark::Counter::kIsIterationInvariantRate |
                                                                                              benchmark::Counter::kInvert);
-  codecs::unloadCodecPlugins();
+  codecs::unloadCodecPlugins(api::libraryState().plugins);
 }
 BENCHMARK(InitAndFinalizeDecoder)->Unit(benchmark::kMillisecond);
 

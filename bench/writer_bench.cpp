@@ -10,10 +10,11 @@
 #include <string>
 #include <vector>
 
+#include "api/library_state.h"
 #include "codecs/plugin_registry.h"
+#include "container/buffered_file.h"
 #include "mp4lib.h"
 #include "platform/platform.h"
-#include "writer/buffered_file.h"
 
 namespace {
 
@@ -34,8 +35,8 @@ bool loadTestPlugins() {
   std::wstring path(self, length);
   path = path.substr(0, path.rfind(mp4lib::platform::kPathSeparator) + 1) + L"testplugins" +
          mp4lib::platform::kPathSeparator + L"x";
-  mp4lib::codecs::discoverCodecPluginsBeside(path.c_str());
-  loaded = mp4lib::codecs::findCodecPluginByType(MP4LIB_CODEC_TYPE_AMR) != nullptr;
+  mp4lib::codecs::discoverCodecPluginsBeside(mp4lib::api::libraryState().plugins, path.c_str());
+  loaded = mp4lib::codecs::findCodecPluginByType(mp4lib::api::libraryState().plugins, MP4LIB_CODEC_TYPE_AMR) != nullptr;
   return loaded;
 }
 
@@ -135,13 +136,13 @@ void BM_BufferedWriteOneByte(benchmark::State& state) {
   const std::string path = scratchFile("buffered.bin");
   std::FILE* file = std::fopen(path.c_str(), "wb");
   if (file == nullptr) return state.SkipWithError("could not open file");
-  static std::uint8_t a[mp4lib::writer::kFileBufferBytes], b[mp4lib::writer::kFileBufferBytes];
-  static mp4lib::writer::BufferedFile record;
-  mp4lib::writer::openBufferedFile(record, a, b, mp4lib::writer::kFileBufferBytes, 1, file);
+  static std::uint8_t a[mp4lib::container::kFileBufferBytes], b[mp4lib::container::kFileBufferBytes];
+  static mp4lib::container::BufferedFile record;
+  mp4lib::container::openBufferedFile(record, a, b, mp4lib::container::kFileBufferBytes, 1, file);
   const std::uint8_t byte = 1;
   for (auto _ : state) record.write(record, &byte, 1);
   record.flush(record, false);
-  mp4lib::writer::waitIdle(record);
+  mp4lib::container::waitIdle(record);
   std::fclose(file);
   std::remove(path.c_str());
 }

@@ -12,6 +12,10 @@
  * Calling order: initMp4Lib once; then either recording (initEncoder ...
  * finalizeEncoder) or playback (initDecoder ... finalizeDecoder); finally
  * finalizeMp4Lib.
+ *
+ * Each section below names the source file that holds its exports.
+ * Extensions (at the end, prefixed mp4lib) come beside the calls above and
+ * never change what those do.
  */
 #ifndef MP4LIB_H
 #define MP4LIB_H
@@ -37,7 +41,7 @@
 extern "C" {
 #endif
 
-/* ---- Library lifecycle ----------------------------------------------------- */
+/* ==== Lifecycle and byte order (src/api/lifecycle.cpp) ========================= */
 
 /* Loads the codec plug-ins beside the library and builds the conversion
  * tables. A second call does nothing. */
@@ -46,8 +50,6 @@ MP4LIB_API void initMp4Lib(void);
 /* Unloads the plug-ins and frees the tables. Harmless without initMp4Lib.
  * Does not end an open encoder or decoder. */
 MP4LIB_API void finalizeMp4Lib(void);
-
-/* ---- Byte-order utilities -------------------------------------------------- */
 
 /* Four characters to a code with a in the most significant byte. Each
  * character is sign-extended before it is or-ed in, so a later character of
@@ -61,7 +63,7 @@ MP4LIB_API uint32_t convertDWORDToBigEndian(uint32_t x);
 /* The same reversal, under the name the reader uses. */
 MP4LIB_API uint32_t convertDWORDToLittleEndian(uint32_t x);
 
-/* ---- Recording -------------------------------------------------------------
+/* ==== Recording (src/api/recording.cpp) ========================================
  * Order: initEncoder -> createEncodeFile -> writeVideoFileHeader -> encode
  * calls and writeEncodeData -> closeEncodeFile -> finalizeEncoder.
  * Timestamps are in ms; 0xFFFFFFFF means "now" (the system's millisecond
@@ -100,6 +102,8 @@ MP4LIB_API int32_t writeVideoFileHeader(uint32_t value, uint8_t rewrite);
 /* Settles the timing tables, appends the movie box, patches the media data
  * size and closes the file. 1 when a file was open, 0 when none was. */
 MP4LIB_API int32_t closeEncodeFile(void);
+
+/* ---- Recording: encoding (src/api/recording_encode.cpp) ---------------------- */
 
 /* Encodes one frame already in short planar YUV 4:2:0 at the coded size and
  * keeps its timing; the caller stores the result with writeEncodeData.
@@ -167,8 +171,8 @@ MP4LIB_API int32_t writeEncodeData(const uint8_t* data, uint32_t size, uint32_t 
  * mp4lib_plugin.h); 0 without a video plug-in. */
 MP4LIB_API Mp4Word encode_getReconYUV(uint8_t** y, uint8_t** u, uint8_t** v, uint32_t* pitch, uint32_t* chromaPitch);
 
-/* ---- RGB to YUV 4:2:0 ------------------------------------------------------
- * Short planar YUV 4:2:0: Y plane of width x height 16-bit samples (0..255),
+/* ==== Pixels (src/api/pixels.cpp) ===============================================
+ * RGB to YUV 4:2:0. Short planar YUV 4:2:0: Y plane of width x height 16-bit samples (0..255),
  * then U and V of (width/2) x (height/2). RGB16 is one little-endian 5-6-5
  * word per pixel, RGB24 three bytes per pixel (blue, green, red); both top
  * row first without row padding. */
@@ -186,8 +190,7 @@ MP4LIB_API void rgb16_yuv420(const uint16_t* rgb, int16_t* y, int16_t* u, int16_
 MP4LIB_API void rgb24_yuv420(const uint8_t* rgb, int16_t* y, int16_t* u, int16_t* v, int32_t width, int32_t height,
                              uint8_t option);
 
-/* ---- YUV repacking into the encoder's frame planes ----------------------------
- * Width and height are the input size; the encoder context supplies the
+/* YUV repacking into the encoder's frame planes. Width and height are the input size; the encoder context supplies the
  * coded size and whether to resample. */
 
 /* Packed 4:2:2, bytes U Y0 V Y1 per pixel pair. */
@@ -208,7 +211,7 @@ MP4LIB_API void byte_yuv420_yuv420_planner_s3(const uint8_t* srcY, const uint8_t
 MP4LIB_API void short_yuv420_yuv420_planner(const int16_t* yuv, int16_t* y, int16_t* u, int16_t* v, int32_t width,
                                             int32_t height);
 
-/* ---- Pixels: stand-alone converters, interpolation, PSNR ----------------------- */
+/* Stand-alone converters, interpolation and PSNR. */
 
 /* Converts a whole RGB24 picture to short planar YUV 4:2:0 at its own size;
  * flip nonzero turns it upside down. Returns 1, also for an odd width or
@@ -253,7 +256,7 @@ MP4LIB_API float getYUV420PSNR(const int16_t* a, const int16_t* b, int32_t width
 MP4LIB_API float getYUV420PSNREx(const int16_t* aY, const int16_t* aU, const int16_t* aV, const int16_t* bY,
                                  const int16_t* bU, const int16_t* bV, int32_t width, int32_t height);
 
-/* ---- Playback: decoder context ---------------------------------------------
+/* ==== Playback (src/api/playback.cpp) ============================================
  * One movie is played at a time. Times are milliseconds; entries count from
  * 0 (video: samples; audio: samples, or chunks on tracks of constant sample
  * size). */
@@ -284,7 +287,7 @@ MP4LIB_API int32_t getAudioObjSize(void);
  * there), else 0. */
 MP4LIB_API int32_t isStreamEnd(void);
 
-/* ---- Playback: track decoding ---------------------------------------------- */
+/* ---- Playback: track decoding (src/api/playback_tracks.cpp) -------------------- */
 
 /* Decodes video entry `entry` (from the preceding key frame when needed).
  * yuv: byte planar YUV 4:2:0 at the decoded size, or null; *size: picture
@@ -319,7 +322,7 @@ MP4LIB_API int32_t decode_RGB24_video_trackEx2(int32_t entry, uint8_t* rgb, uint
 MP4LIB_API int32_t decode_RGB16_video_trackEx2(int32_t entry, uint8_t* rgb, uint32_t* size, int32_t targetWidth,
                                                int32_t targetHeight, uint32_t* timeMs, uint32_t* durationMs);
 
-/* ---- Playback: seeking ----------------------------------------------------- */
+/* ---- Playback: seeking (src/api/playback_seeking.cpp) -------------------------- */
 
 /* Moves playback to timeMs: audio first (to a byte inside an entry), video to
  * the time audio lands on. Out pointers may be null. 1; 0 when audio could not
@@ -333,7 +336,7 @@ MP4LIB_API int32_t getVideoEntryByTime(int32_t timeMs, int32_t* entry);
 /* Time of a video entry in ms. 1, or 0 without video. */
 MP4LIB_API int32_t getVideoTimeByEntry(int32_t entry, uint32_t* timeMs);
 
-/* ---- Playback: queue-driven decoding ---------------------------------------
+/* ---- Playback: queue-driven decoding (src/api/playback_queues.cpp) --------------
  * Samples are read ahead in file order into an 8-slot audio and a 16-slot
  * video queue; each call decodes the oldest. One thread at a time. */
 
@@ -361,8 +364,8 @@ MP4LIB_API Mp4Word decodeRGB16VideoEx(uint8_t* rgb, uint32_t* timeMs, uint32_t* 
 MP4LIB_API Mp4Word decode_getyuv(uint8_t** y, uint8_t** u, uint8_t** v, uint32_t* pitch, uint32_t* chromaPitch);
 
 
-/* ---- Audio devices: wave-in capture and wave-out playback --------------------
- * One wave-in and one wave-out device, opened on the system's default input
+/* ==== Audio devices (src/api/devices.cpp) =======================================
+ * Wave-in capture and wave-out playback. One wave-in and one wave-out device, opened on the system's default input
  * and output. The device announces every finished buffer to the
  * application's "window" with a message; the application answers each one
  * on its own thread with processWaveIn (MP4LIB_WIM_DATA) or processWaveOut
@@ -489,6 +492,25 @@ MP4LIB_API int32_t closeWaveOut(void);
  * movie's audio format (*handle receives the new handle) and moves playback
  * back to the start. 1, or 0 when no movie is open. */
 MP4LIB_API int32_t resetDecoder(Mp4WaveOutHandle* handle);
+
+/* ==== Extensions ===================================================================
+ * Beyond the calls above; they change nothing those do. */
+
+/* ---- Extensions: codec plug-ins (src/api/ext_plugins.cpp) ---------------------- */
+
+/* Identity of a loaded codec plug-in, as it answered at initMp4Lib. */
+typedef struct Mp4PluginInfo {
+  uint32_t codecType; /* MP4LIB_CODEC_TYPE_*: the key the library selects by */
+  uint32_t codecId;   /* MP4LIB_CODEC_ID_* */
+  uint32_t codecTag;  /* sample entry code, MP4LIB_FOURCC order */
+  uint32_t category;  /* MP4LIB_CATEGORY_VIDEO or MP4LIB_CATEGORY_AUDIO */
+} Mp4PluginInfo;
+
+/* Number of codec plug-ins initMp4Lib loaded (0 before it). */
+MP4LIB_API int32_t mp4libPluginCount(void);
+/* The plug-in at `index` (0 = first found). 1, or 0 for an index outside
+ * 0 .. count - 1 (info is then left as it was). */
+MP4LIB_API int32_t mp4libPluginInfo(int32_t index, Mp4PluginInfo* info);
 
 #ifdef __cplusplus
 }

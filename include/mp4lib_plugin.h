@@ -61,7 +61,8 @@ typedef uintptr_t Mp4Word;
 /* ---- Codec identifiers (getCodecID), as the file reader assigns them ------ */
 #define MP4LIB_CODEC_ID_MPEG1V 1
 #define MP4LIB_CODEC_ID_H263 4
-#define MP4LIB_CODEC_ID_MPEG4V 13
+#define MP4LIB_CODEC_ID_MPEG4V 13  /* split at start codes; its stream header goes first */
+#define MP4LIB_CODEC_ID_VIDEO_70 70 /* its stream header goes first too */
 #define MP4LIB_CODEC_ID_AAC 36
 #define MP4LIB_CODEC_ID_PCM_LE 49
 #define MP4LIB_CODEC_ID_AMR 63
@@ -177,7 +178,7 @@ typedef struct CodecDescriptor {
   uint32_t sampleRate;         /* 20  Hz */
   uint32_t channels;           /* 24  */
   char compressorName[32];     /* 28  NUL-terminated when written by the library */
-  int32_t kind;                /* 60  0 video, 1 audio, 2 not yet known, -1 unsupported */
+  int32_t kind;                /* 60  MP4LIB_KIND_* */
   int32_t codecId;             /* 64  */
   uint32_t codecTag;           /* 68  sample entry type */
   uint32_t bitsPerSample;      /* 72  video depth or audio sample size */
@@ -186,6 +187,12 @@ typedef struct CodecDescriptor {
   uint8_t amrModeChangePeriod; /* 82  */
   uint8_t amrFramesPerSample;  /* 83  */
 } CodecDescriptor;
+
+/* Values of CodecDescriptor.kind. */
+#define MP4LIB_KIND_VIDEO 0
+#define MP4LIB_KIND_AUDIO 1
+#define MP4LIB_KIND_PENDING 2      /* not yet known while a file is read */
+#define MP4LIB_KIND_UNSUPPORTED (-1)
 
 /*
  * MovieParams: the library-global block whose address initDecoder returns; a

@@ -46,7 +46,8 @@ run_leg() {
   shift 2
   local start=$SECONDS
   echo "=== $name: configure and build ==="
-  cmake -S . -B "$dir" "$@" >"$dir.configure.log" 2>&1 || { cat "$dir.configure.log"; return 1; }
+  # Warnings are errors here, as in every developer build.
+  cmake -S . -B "$dir" -DMP4LIB_WARNINGS_AS_ERRORS=ON "$@" >"$dir.configure.log" 2>&1 || { cat "$dir.configure.log"; return 1; }
   cmake --build "$dir" -j"$JOBS"
   echo "=== $name: test ==="
   (cd "$dir" && ctest --output-on-failure -j"$JOBS")

@@ -5,7 +5,7 @@
 
 #include <cstdio>
 
-#include "platform/wave_messages.h"
+#include "wave_window.h"
 
 namespace mp4lib::tool {
 
@@ -19,7 +19,7 @@ constexpr int kQueuedBlocks = 8;
 }  // namespace
 
 bool recordFromInputDevice(Recorder& recorder, const Codecs& codecs, double frameRate, std::uint64_t totalMs) {
-  platform::WaveMessageWindow window;
+  support::WaveMessageWindow window;
   Mp4WaveInHandle handle = nullptr;
   openWaveInEx(0, window.window(), 16, 8000, 1, &handle);
   if (handle == nullptr) {
@@ -30,7 +30,7 @@ bool recordFromInputDevice(Recorder& recorder, const Codecs& codecs, double fram
   std::uint32_t frame = 0;
   bool ok = true;
   while (ok && capturedMs < totalMs) {
-    platform::WaveMessage message;
+    support::WaveMessage message;
     if (!window.next(&message, kDeviceTimeoutMs)) {
       std::fprintf(stderr, "mp4lib: the default input device delivered no sound for %u ms\n", kDeviceTimeoutMs);
       ok = false;
@@ -52,7 +52,7 @@ bool recordFromInputDevice(Recorder& recorder, const Codecs& codecs, double fram
 }
 
 std::int64_t playThroughOutputDevice(const MovieParams& movie, const PlayOptions& options) {
-  platform::WaveMessageWindow window;
+  support::WaveMessageWindow window;
   Mp4WaveOutHandle handle = nullptr;
   const auto channels = static_cast<std::uint16_t>(movie.channels ? movie.channels : 1);
   if (openWaveOutEx(0, window.window(), movie.bitsPerSample, movie.sampleRate, channels, &handle) != 1) {
@@ -72,7 +72,7 @@ std::int64_t playThroughOutputDevice(const MovieParams& movie, const PlayOptions
       }
     }
     if (queued == 0) break;
-    platform::WaveMessage message;
+    support::WaveMessage message;
     if (!window.next(&message, kDeviceTimeoutMs)) {
       std::fprintf(stderr, "mp4lib: the default output device gave no buffer back for %u ms while playing %s\n",
                    kDeviceTimeoutMs, options.input.c_str());

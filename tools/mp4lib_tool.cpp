@@ -6,7 +6,6 @@
 #include <cstring>
 #include <string>
 
-#include "codecs/plugin_registry.h"
 #include "commands.h"
 #include "mp4lib.h"
 
@@ -112,15 +111,15 @@ int playCommand(int argc, char** argv, PlayOptions* options) {
 }  // namespace
 
 int mp4lib::tool::listPlugins() {
-  const int count = mp4lib::codecs::codecPluginCount();
+  const int count = mp4libPluginCount();
   std::printf("codec plug-ins found: %d\n", count);
-  for (int i = 0; i < count; ++i) {
-    const CodecPlugin* plugin = mp4lib::codecs::codecPluginAt(i);
+  Mp4PluginInfo plugin{};
+  for (int i = 0; mp4libPluginInfo(i, &plugin) != 0; ++i) {
     char tag[5];
-    for (int k = 0; k < 4; ++k) tag[k] = static_cast<char>(plugin->codecTag >> (24 - 8 * k));
+    for (int k = 0; k < 4; ++k) tag[k] = static_cast<char>(plugin.codecTag >> (24 - 8 * k));
     tag[4] = 0;
-    std::printf("  type 0x%08X  id %2u  \"%s\"  %s\n", plugin->codecType, plugin->codecId, tag,
-                plugin->codecCategory == MP4LIB_CATEGORY_AUDIO ? "audio" : "video");
+    std::printf("  type 0x%08X  id %2u  \"%s\"  %s\n", plugin.codecType, plugin.codecId, tag,
+                plugin.category == MP4LIB_CATEGORY_AUDIO ? "audio" : "video");
   }
   return count > 0 ? 0 : 1;
 }

@@ -1,12 +1,9 @@
 #include "codecs/plugin_calls.h"
 
-#include "codecs/plugin_registry.h"
-
 namespace mp4lib::codecs {
 
 namespace {
 
-constexpr std::uint32_t kMpeg4VisualId = 13;
 constexpr std::uint8_t kVideoObjectPlane = 0xB6;
 
 bool startsWithStartCode(const std::uint8_t* bytes, std::uint32_t length) {
@@ -30,14 +27,13 @@ std::uint32_t nextStartCode(const std::uint8_t* bytes, std::uint32_t length) {
   return length;
 }
 
-CodecPlugin* videoDecoder() {
-  CodecPlugin* plugin = activePlugins().videoDecoder;
-  return plugin != nullptr && plugin->module != nullptr ? plugin : nullptr;
-}
-
 Mp4Word address(const void* pointer) { return reinterpret_cast<Mp4Word>(pointer); }
 
+bool isMpeg4Visual(const CodecPlugin& plugin) { return plugin.codecId == MP4LIB_CODEC_ID_MPEG4V; }
+
 }  // namespace
+
+CodecPlugin* loaded(CodecPlugin* plugin) { return plugin != nullptr && plugin->module != nullptr ? plugin : nullptr; }
 
 bool findStartCodeUnit(const std::uint8_t* bytes, std::uint32_t length, std::uint32_t* unitLength,
                        std::uint8_t* startCode) {
@@ -48,10 +44,11 @@ bool findStartCodeUnit(const std::uint8_t* bytes, std::uint32_t length, std::uin
   return true;
 }
 
-Mp4Word decodeVideoUnits(const std::uint8_t* frame, std::uint32_t length, Mp4Word p3, Mp4Word p4) {
-  CodecPlugin* plugin = videoDecoder();
+Mp4Word decodeVideoUnits(CodecPlugin* decoder, const std::uint8_t* frame, std::uint32_t length, Mp4Word p3,
+                         Mp4Word p4) {
+  CodecPlugin* plugin = loaded(decoder);
   if (plugin == nullptr || plugin->decode == nullptr) return 0;
-  if (plugin->codecId != kMpeg4VisualId) return plugin->decode(address(frame), length, p3, p4, 0);
+  if (!isMpeg4Visual(*plugin)) return plugin->decode(address(frame), length, p3, p4, 0);
 
   std::uint32_t unitLength = 0;
   std::uint8_t startCode = 0;
@@ -64,10 +61,10 @@ Mp4Word decodeVideoUnits(const std::uint8_t* frame, std::uint32_t length, Mp4Wor
   return 1;
 }
 
-Mp4Word decodeVideoFrameHeader(const std::uint8_t* frame, std::uint32_t length, Mp4Word p3) {
-  CodecPlugin* plugin = videoDecoder();
+Mp4Word decodeVideoFrameHeader(CodecPlugin* decoder, const std::uint8_t* frame, std::uint32_t length, Mp4Word p3) {
+  CodecPlugin* plugin = loaded(decoder);
   if (plugin == nullptr || plugin->decodeFrameHeader == nullptr) return 0;
-  if (plugin->codecId != kMpeg4VisualId) return plugin->decodeFrameHeader(address(frame), length, p3);
+  if (!isMpeg4Visual(*plugin)) return plugin->decodeFrameHeader(address(frame), length, p3);
 
   std::uint32_t unitLength = 0;
   std::uint8_t startCode = 0;
@@ -79,10 +76,10 @@ Mp4Word decodeVideoFrameHeader(const std::uint8_t* frame, std::uint32_t length, 
   return 0;
 }
 
-Mp4Word decodeAudioUnit(const std::uint8_t* input, std::uint32_t length, std::uint8_t* output,
+Mp4Word decodeAudioUnit(CodecPlugin* decoder, const std::uint8_t* input, std::uint32_t length, std::uint8_t* output,
                         std::uint32_t* outputLength, std::uint32_t* leftover) {
-  CodecPlugin* plugin = activePlugins().audioDecoder;
-  if (plugin == nullptr || plugin->module == nullptr || plugin->decode == nullptr) return 0;
+  CodecPlugin* plugin = loaded(decoder);
+  if (plugin == nullptr || plugin->decode == nullptr) return 0;
   return plugin->decode(address(input), length, address(output), address(outputLength), address(leftover));
 }
 

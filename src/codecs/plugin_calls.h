@@ -1,10 +1,10 @@
-// Feeding compressed data to the active decoder plug-ins. MPEG-4 visual
+// Feeding compressed data to the decoder plug-ins in use. MPEG-4 visual
 // frames are split at their 00 00 01 start codes and fed unit by unit.
 #pragma once
 
 #include <cstdint>
 
-#include "mp4lib_plugin.h"
+#include "codecs/plugin_registry.h"
 
 namespace mp4lib::codecs {
 
@@ -19,18 +19,22 @@ namespace mp4lib::codecs {
 bool findStartCodeUnit(const std::uint8_t* bytes, std::uint32_t length, std::uint32_t* unitLength,
                        std::uint8_t* startCode);
 
-// Feeds one frame to the active video decoder: whole, or unit by unit for
-// codec id 13 (then 1, also when the frame has no start code). 0 when no
-// video decoder is active.
-Mp4Word decodeVideoUnits(const std::uint8_t* frame, std::uint32_t length, Mp4Word p3, Mp4Word p4);
+// A plug-in whose module is still loaded, or null.
+CodecPlugin* loaded(CodecPlugin* plugin);
 
-// Asks the active video decoder about a frame's header (MP4LIB_FRAME_*); for
-// codec id 13 about its first unit with start code 0xB6. 0 when there is
-// no such unit or no video decoder.
-Mp4Word decodeVideoFrameHeader(const std::uint8_t* frame, std::uint32_t length, Mp4Word p3);
+// Feeds one frame to the video decoder: whole, or unit by unit for MPEG-4
+// visual (then 1, also when the frame has no start code). 0 without a
+// loaded decoder.
+Mp4Word decodeVideoUnits(CodecPlugin* decoder, const std::uint8_t* frame, std::uint32_t length, Mp4Word p3,
+                         Mp4Word p4);
 
-// Hands one piece of audio to the active audio decoder. 0 when none is active.
-Mp4Word decodeAudioUnit(const std::uint8_t* input, std::uint32_t length, std::uint8_t* output,
+// Asks the video decoder about a frame's header (MP4LIB_FRAME_*); for MPEG-4
+// visual about its first unit with start code 0xB6. 0 when there is no such
+// unit or no loaded decoder.
+Mp4Word decodeVideoFrameHeader(CodecPlugin* decoder, const std::uint8_t* frame, std::uint32_t length, Mp4Word p3);
+
+// Hands one piece of audio to the audio decoder. 0 without a loaded one.
+Mp4Word decodeAudioUnit(CodecPlugin* decoder, const std::uint8_t* input, std::uint32_t length, std::uint8_t* output,
                         std::uint32_t* outputLength, std::uint32_t* leftover);
 
 }  // namespace mp4lib::codecs

@@ -7,11 +7,6 @@ namespace mp4lib::codecs {
 
 namespace {
 
-// Room for ten plug-ins; discovery stops loading when the table is full.
-CodecPlugin table[MP4LIB_MAX_PLUGINS];
-int count = 0;
-ActivePlugins active;
-
 // Module file names longer than this are not searched beside.
 constexpr std::size_t kModuleNameCapacity = 255;
 
@@ -57,8 +52,8 @@ void askIdentity(CodecPlugin& plugin) {
 }
 
 // Loads one candidate into the next free record; true when it was kept.
-bool loadPlugin(const std::wstring& path) {
-  CodecPlugin& plugin = table[count];
+bool loadPlugin(PluginRegistry& registry, const std::wstring& path) {
+  CodecPlugin& plugin = registry.table[registry.count];
   plugin = CodecPlugin{};
   plugin.module = platform::loadLibrary(path.c_str());
   if (plugin.module == nullptr) return false;
@@ -69,51 +64,50 @@ bool loadPlugin(const std::wstring& path) {
     return false;
   }
   askIdentity(plugin);
-  ++count;
+  ++registry.count;
   return true;
 }
 
 }  // namespace
 
-void discoverCodecPlugins() {
+void discoverCodecPlugins(PluginRegistry& registry) {
   wchar_t moduleFile[kModuleNameCapacity];
   if (platform::moduleFileName(moduleFile, kModuleNameCapacity) == 0) {
-    count = 0;
+    registry.count = 0;
     return;
   }
-  discoverCodecPluginsBeside(moduleFile);
+  discoverCodecPluginsBeside(registry, moduleFile);
 }
 
-void discoverCodecPluginsBeside(const wchar_t* moduleFile) {
-  count = 0;
+void discoverCodecPluginsBeside(PluginRegistry& registry, const wchar_t* moduleFile) {
+  registry.count = 0;
   if (moduleFile == nullptr) return;
   const wchar_t* lastSeparator = std::wcsrchr(moduleFile, platform::kPathSeparator);
   const std::wstring folder = lastSeparator ? std::wstring(moduleFile, lastSeparator + 1) : std::wstring();
   for (const std::wstring& name : platform::findFiles(folder, platform::kPluginPattern)) {
-    if (count == MP4LIB_MAX_PLUGINS) break;
-    loadPlugin(folder + name);
+    if (registry.count == MP4LIB_MAX_PLUGINS) break;
+    loadPlugin(registry, folder + name);
   }
 }
 
-void unloadCodecPlugins() {
-  for (int i = 0; i < count; ++i) {
-    platform::unloadLibrary(table[i].module);
-    table[i].module = nullptr;
+void unloadCodecPlugins(PluginRegistry& registry) {
+  for (int i = 0; i < registry.count; ++i) {
+    platform::unloadLibrary(registry.table[i].module);
+    registry.table[i].module = nullptr;
   }
 }
 
-int codecPluginCount() { return count; }
+CodecPlugin* codecPluginAt(PluginRegistry& registry, int index) {
+  return index >= 0 && index < registry.count ? &registry.table[index] : nullptr;
+}
 
-CodecPlugin* codecPluginAt(int index) { return index >= 0 && index < count ? &table[index] : nullptr; }
-
-CodecPlugin* findCodecPluginByType(std::uint32_t codecType) {
-  for (int i = 0; i < count; ++i) {
+CodecPlugin* findCodecPluginByType(PluginRegistry& registry, std::uint32_t codecType) {
+  for (int i = 0; i < registry.count; ++i) {
     // Records of unloaded modules point at code that is gone.
-    if (table[i].module != nullptr && table[i].codecType == codecType) return &table[i];
+    CodecPlugin& plugin = registry.table[i];
+    if (plugin.module != nullptr && plugin.codecType == codecType) return &plugin;
   }
   return nullptr;
 }
-
-ActivePlugins& activePlugins() { return active; }
 
 }  // namespace mp4lib::codecs

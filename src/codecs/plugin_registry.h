@@ -1,6 +1,6 @@
 // The codec plug-in table: discovery of the plug-in libraries beside mp4lib,
 // binding of their eighteen entry points, selection by codec type, and the
-// four plug-ins currently in use.
+// four plug-ins currently in use. The library owns one table.
 #pragma once
 
 #include <cstdint>
@@ -37,19 +37,6 @@ struct CodecPlugin {
 
 namespace mp4lib::codecs {
 
-// Fills the table from the folder of this library's own module file.
-void discoverCodecPlugins();
-// Fills the table from the folder of `moduleFile` (the text up to and
-// including its last path separator; none means the current folder).
-void discoverCodecPluginsBeside(const wchar_t* moduleFile);
-// Frees every loaded module. The count stays as it was.
-void unloadCodecPlugins();
-
-int codecPluginCount();
-CodecPlugin* codecPluginAt(int index);  // null outside 0..count-1
-// First plug-in in table order whose codec type equals `codecType`, or null.
-CodecPlugin* findCodecPluginByType(std::uint32_t codecType);
-
 // The plug-ins in use; every call into a plug-in after set-up goes through
 // one of these.
 struct ActivePlugins {
@@ -58,6 +45,24 @@ struct ActivePlugins {
   CodecPlugin* videoDecoder = nullptr;
   CodecPlugin* audioDecoder = nullptr;
 };
-ActivePlugins& activePlugins();
+
+// Room for ten plug-ins; discovery stops loading when the table is full.
+struct PluginRegistry {
+  CodecPlugin table[MP4LIB_MAX_PLUGINS] = {};
+  int count = 0;
+  ActivePlugins active;
+};
+
+// Fills the table from the folder of this library's own module file.
+void discoverCodecPlugins(PluginRegistry& registry);
+// Fills the table from the folder of `moduleFile` (the text up to and
+// including its last path separator; none means the current folder).
+void discoverCodecPluginsBeside(PluginRegistry& registry, const wchar_t* moduleFile);
+// Frees every loaded module. The count stays as it was.
+void unloadCodecPlugins(PluginRegistry& registry);
+
+CodecPlugin* codecPluginAt(PluginRegistry& registry, int index);  // null outside 0..count-1
+// First plug-in in table order whose codec type equals `codecType`, or null.
+CodecPlugin* findCodecPluginByType(PluginRegistry& registry, std::uint32_t codecType);
 
 }  // namespace mp4lib::codecs

@@ -1,20 +1,15 @@
-// rgb16_yuv420 and rgb24_yuv420: the encoder's RGB converters. They write
-// the encoder's short planar frame at its coded size, straight when the
-// picture already has that size and by nearest-neighbour sampling with
-// 15-bit fractions when the encoder's resize flag is set.
+// The encoder's RGB converters: straight when the picture already has the
+// coded size and by nearest-neighbour sampling with 15-bit fractions when
+// the encoder resamples.
 #include <cstddef>
 #include <cstdint>
 
-#include "frame/encoder_context.h"
-#include "mp4lib.h"
+#include "pixels/encoder_frame.h"
 #include "pixels/rgb_rows.h"
-#include "pixels/tables.h"
 
 namespace mp4lib::pixels {
 
 namespace {
-
-bool resizing() { return (frame::encoderContext().conversionFlags & MP4LIB_CONVERT_RESIZE) != 0; }
 
 // Direct path: rows and Y planes are `width` samples apart; U and V get
 // width/2 samples per row pair. An odd last column or row is not converted
@@ -50,10 +45,7 @@ ResizeSteps resizeSteps(std::int32_t width, std::int32_t height, std::uint32_t c
 // size, since (coded - 1) steps stay short of the input size << 15.
 template <std::ptrdiff_t ElementsPerPixel, typename Pixel, typename RowPairFn>
 void convertResized(const Pixel* rgb, std::int16_t* y, std::int16_t* u, std::int16_t* v, std::int32_t width,
-                    std::int32_t height, RowPairFn rowPair) {
-  const EncoderContext& context = frame::encoderContext();
-  const std::uint32_t codedWidth = context.codedWidth;
-  const std::uint32_t codedHeight = context.codedHeight;
+                    std::int32_t height, std::uint32_t codedWidth, std::uint32_t codedHeight, RowPairFn rowPair) {
   if (width < 1 || height < 1 || codedWidth < 2 || codedHeight < 2) return;
   const ResizeSteps step = resizeSteps(width, height, codedWidth, codedHeight);
   const std::size_t pitch = static_cast<std::size_t>(width) * ElementsPerPixel;
@@ -88,39 +80,27 @@ void convertResized(const Pixel* rgb, std::int16_t* y, std::int16_t* u, std::int
   }
 }
 
-void convertRgb16ForEncoder(const std::uint16_t* rgb, std::int16_t* y, std::int16_t* u, std::int16_t* v,
-                            std::int32_t width, std::int32_t height) {
-  // Without the lookup tables (initMp4Lib not called, or no memory for
-  // them) the frame is left as it is.
-  if (!buildLookupTables()) return;
-  const LookupTables tables = lookupTables();
+}  // namespace
+
+void rgb16ToEncoderFrame(const std::uint16_t* rgb, std::int32_t width, std::int32_t height, const EncoderFrame& frame,
+                         const LookupTables& tables) {
+  if (tables.y == nullptr) return;
   const auto rowPair = [&tables](const std::uint16_t* top, const std::uint16_t* bottom, std::int32_t pairs,
                                  const YuvRowPair& out) { rgb16LookupRowPair(top, bottom, pairs, tables, out); };
-  if (resizing()) {
-    convertResized<1>(rgb, y, u, v, width, height, rowPair);
+  if (frame.resample) {
+    convertResized<1>(rgb, frame.y, frame.u, frame.v, width, height, frame.codedWidth, frame.codedHeight, rowPair);
   } else {
-    convertDirect(rgb, 1, y, u, v, width, height, rowPair);
+    convertDirect(rgb, 1, frame.y, frame.u, frame.v, width, height, rowPair);
   }
 }
 
-void convertRgb24ForEncoder(const std::uint8_t* rgb, std::int16_t* y, std::int16_t* u, std::int16_t* v,
-                            std::int32_t width, std::int32_t height) {
-  if (resizing()) {
-    convertResized<3>(rgb, y, u, v, width, height, rgb24RowPair);
+void rgb24ToEncoderFrame(const std::uint8_t* rgb, std::int32_t width, std::int32_t height, const EncoderFrame& frame) {
+  if (frame.resample) {
+    convertResized<3>(rgb, frame.y, frame.u, frame.v, width, height, frame.codedWidth, frame.codedHeight,
+                      rgb24RowPair);
   } else {
-    convertDirect(rgb, 3, y, u, v, width, height, rgb24RowPair);
+    convertDirect(rgb, 3, frame.y, frame.u, frame.v, width, height, rgb24RowPair);
   }
 }
 
-}  // namespace
 }  // namespace mp4lib::pixels
-
-extern "C" MP4LIB_API void rgb16_yuv420(const uint16_t* rgb, int16_t* y, int16_t* u, int16_t* v, int32_t width,
-                                        int32_t height, uint8_t /*option*/) {
-  mp4lib::pixels::convertRgb16ForEncoder(rgb, y, u, v, width, height);
-}
-
-extern "C" MP4LIB_API void rgb24_yuv420(const uint8_t* rgb, int16_t* y, int16_t* u, int16_t* v, int32_t width,
-                                        int32_t height, uint8_t /*option*/) {
-  mp4lib::pixels::convertRgb24ForEncoder(rgb, y, u, v, width, height);
-}

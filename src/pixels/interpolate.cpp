@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "mp4lib.h"
+#include "pixels/interpolate.h"
 
 namespace mp4lib::pixels {
 
@@ -44,21 +44,16 @@ void fillDown(std::uint8_t* plane, std::ptrdiff_t width, std::ptrdiff_t rows, st
 }
 
 }  // namespace
-}  // namespace mp4lib::pixels
 
-// `width` and `height` are the output size; the source is half of it in
-// both directions with luma rows `pitch` bytes and chroma rows pitch / 2
-// bytes apart. The destination gets Y, U and V one after the other.
-extern "C" MP4LIB_API void interpolateYUV(const uint8_t* srcY, const uint8_t* srcU, const uint8_t* srcV,
-                                          uint8_t* destination, int32_t width, int32_t height, int32_t pitch) {
-  using namespace mp4lib::pixels;
+void doubleYuv420(const std::uint8_t* srcY, const std::uint8_t* srcU, const std::uint8_t* srcV,
+                  std::uint8_t* destination, std::int32_t width, std::int32_t height, std::int32_t pitch) {
   if (width < 1 || height < 1) return;
-  const ptrdiff_t lumaWidth = width;
-  const ptrdiff_t chromaWidth = width >> 1;
-  const ptrdiff_t chromaHeight = height >> 1;
-  uint8_t* y = destination;
-  uint8_t* u = y + lumaWidth * height;
-  uint8_t* v = u + chromaWidth * chromaHeight;
+  const std::ptrdiff_t lumaWidth = width;
+  const std::ptrdiff_t chromaWidth = width >> 1;
+  const std::ptrdiff_t chromaHeight = height >> 1;
+  std::uint8_t* y = destination;
+  std::uint8_t* u = y + lumaWidth * height;
+  std::uint8_t* v = u + chromaWidth * chromaHeight;
 
   spreadRows(srcY, pitch, height >> 1, width >> 1, y, lumaWidth);
   fillDown(y, lumaWidth, height, height >> 1);
@@ -68,3 +63,5 @@ extern "C" MP4LIB_API void interpolateYUV(const uint8_t* srcY, const uint8_t* sr
   fillDown(u, chromaWidth, chromaHeight, height >> 2);
   fillDown(v, chromaWidth, chromaHeight, height >> 2);
 }
+
+}  // namespace mp4lib::pixels

@@ -1,5 +1,5 @@
-// convertRGB2YUV420 and convertRGB162YUV420: whole pictures at their own
-// size into caller-owned short planar planes, optionally upside down.
+// Whole RGB pictures at their own size into caller-owned short planar
+// planes, optionally upside down.
 //
 // Chroma of each 2 x 2 block is the truncated mean of its four pixels' own
 // U and V. That is computed block by block from the two source rows, so no
@@ -8,9 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "mp4lib.h"
+#include "pixels/picture_rgb_to_yuv.h"
 #include "pixels/rgb_rows.h"
-#include "pixels/tables.h"
 
 namespace mp4lib::pixels {
 
@@ -20,7 +19,6 @@ template <typename Pixel, typename RowPairFn>
 std::int32_t convertPicture(std::int32_t width, std::int32_t height, const Pixel* rgb,
                             std::ptrdiff_t elementsPerPixel, std::int16_t* y, std::int16_t* u, std::int16_t* v,
                             std::int32_t flip, RowPairFn rowPair) {
-  coefficientTables();
   // Odd sizes are refused without writing, yet reported as done.
   if ((width & 1) != 0 || (height & 1) != 0) return 1;
   if (width <= 0 || height <= 0) return 1;
@@ -44,14 +42,14 @@ std::int32_t convertPicture(std::int32_t width, std::int32_t height, const Pixel
 
 }  // namespace
 
+std::int32_t rgb24PictureToYuv420(std::int32_t width, std::int32_t height, const std::uint8_t* rgb, std::int16_t* y,
+                                  std::int16_t* u, std::int16_t* v, std::int32_t flip) {
+  return convertPicture(width, height, rgb, 3, y, u, v, flip, rgb24RowPair);
+}
+
+std::int32_t rgb16PictureToYuv420(std::int32_t width, std::int32_t height, const std::uint16_t* rgb, std::int16_t* y,
+                                  std::int16_t* u, std::int16_t* v, std::int32_t flip) {
+  return convertPicture(width, height, rgb, 1, y, u, v, flip, rgb16RowPair);
+}
+
 }  // namespace mp4lib::pixels
-
-extern "C" MP4LIB_API int32_t convertRGB2YUV420(int32_t width, int32_t height, const uint8_t* rgb, int16_t* y,
-                                                int16_t* u, int16_t* v, int32_t flip) {
-  return mp4lib::pixels::convertPicture(width, height, rgb, 3, y, u, v, flip, mp4lib::pixels::rgb24RowPair);
-}
-
-extern "C" MP4LIB_API int32_t convertRGB162YUV420(int32_t width, int32_t height, const uint16_t* rgb, int16_t* y,
-                                                  int16_t* u, int16_t* v, int32_t flip) {
-  return mp4lib::pixels::convertPicture(width, height, rgb, 1, y, u, v, flip, mp4lib::pixels::rgb16RowPair);
-}

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "mp4lib.h"
+#include "pixels/psnr.h"
 
 namespace mp4lib::pixels {
 
@@ -31,22 +31,21 @@ float psnrOf(std::uint32_t sum, std::int64_t samples) {
 }
 
 }  // namespace
-}  // namespace mp4lib::pixels
 
-extern "C" MP4LIB_API float getYUV420PSNR(const int16_t* a, const int16_t* b, int32_t width, int32_t height) {
-  const int64_t samples = (static_cast<int64_t>(width) * height * 3) >> 1;
-  return mp4lib::pixels::psnrOf(mp4lib::pixels::squaredError(a, b, samples, 0), samples);
+float pictureYuv420Psnr(const std::int16_t* a, const std::int16_t* b, std::int32_t width, std::int32_t height) {
+  const std::int64_t samples = (static_cast<std::int64_t>(width) * height * 3) >> 1;
+  return psnrOf(squaredError(a, b, samples, 0), samples);
 }
 
-extern "C" MP4LIB_API float getYUV420PSNREx(const int16_t* aY, const int16_t* aU, const int16_t* aV,
-                                            const int16_t* bY, const int16_t* bU, const int16_t* bV, int32_t width,
-                                            int32_t height) {
-  using mp4lib::pixels::squaredError;
-  const int64_t lumaSamples = static_cast<int64_t>(width) * height;
-  uint32_t sum = squaredError(aY, bY, lumaSamples, 0);
+float planesYuv420Psnr(const std::int16_t* aY, const std::int16_t* aU, const std::int16_t* aV, const std::int16_t* bY,
+                       const std::int16_t* bU, const std::int16_t* bV, std::int32_t width, std::int32_t height) {
+  const std::int64_t lumaSamples = static_cast<std::int64_t>(width) * height;
+  std::uint32_t sum = squaredError(aY, bY, lumaSamples, 0);
   if (lumaSamples >= 4) {
     sum = squaredError(aU, bU, lumaSamples >> 2, sum);
     sum = squaredError(aV, bV, lumaSamples >> 2, sum);
   }
-  return mp4lib::pixels::psnrOf(sum, (lumaSamples * 3) >> 1);
+  return psnrOf(sum, (lumaSamples * 3) >> 1);
 }
+
+}  // namespace mp4lib::pixels

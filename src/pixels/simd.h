@@ -3,7 +3,6 @@
 // the rest with the scalar reference, so every output sample is the one the
 // reference gives. x86-64 always has SSE2, so the choice is made when
 // compiling; other targets (32-bit ARM among them) use the scalar routines.
-// Tests switch the vectors off to compare against the references.
 #pragma once
 
 #include <cstdint>
@@ -20,9 +19,9 @@ namespace mp4lib::pixels::simd {
 // "sse2" or "none".
 const char* instructionSet();
 
-// True unless switched off (and always false when this build has none).
+// True when this build has them and the platform allows them (they can be
+// switched off there to compare them with the references).
 bool enabled();
-void setEnabled(bool on);
 
 // RGB24 / RGB16 (equations, red-first luma) row pairs to short planar.
 std::int32_t rgb24RowPairs(const std::uint8_t* top, const std::uint8_t* bottom, std::int32_t pairs,

@@ -1,6 +1,5 @@
-#include <atomic>
-
 #include "pixels/simd.h"
+#include "platform/platform.h"
 
 namespace mp4lib::pixels::simd {
 
@@ -12,8 +11,6 @@ constexpr bool kCompiledIn = true;
 constexpr bool kCompiledIn = false;
 #endif
 
-std::atomic<bool> switchedOn{true};
-
 }  // namespace
 
 const char* instructionSet() {
@@ -24,8 +21,6 @@ const char* instructionSet() {
 #endif
 }
 
-bool enabled() { return kCompiledIn && switchedOn.load(std::memory_order_relaxed); }
-
-void setEnabled(bool on) { switchedOn.store(on, std::memory_order_relaxed); }
+bool enabled() { return kCompiledIn && platform::vectorInstructionsAllowed(); }
 
 }  // namespace mp4lib::pixels::simd

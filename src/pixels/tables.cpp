@@ -1,20 +1,17 @@
 #include "pixels/tables.h"
 
-#include <atomic>
 #include <cstdlib>
 
 namespace mp4lib::pixels {
 
 namespace {
 
-constexpr std::size_t kLookupTableSize = 65536;
-
-void fillTable(float* table, float coefficient) {
+constexpr void fillTable(float (&table)[256], float coefficient) {
   for (int i = 0; i < 256; ++i) table[i] = static_cast<float>(i) * coefficient;
 }
 
-CoefficientTables buildCoefficientTables() {
-  CoefficientTables tables;
+constexpr CoefficientTables makeCoefficientTables() {
+  CoefficientTables tables{};
   fillTable(tables.redToY, 0.299f);
   fillTable(tables.greenToY, 0.587f);
   fillTable(tables.blueToY, 0.114f);
@@ -26,6 +23,8 @@ CoefficientTables buildCoefficientTables() {
   fillTable(tables.blueToV, 0.0813f);
   return tables;
 }
+
+constexpr CoefficientTables kCoefficientTables = makeCoefficientTables();
 
 std::uint8_t clampToByte(int value) {
   if (value < 0) return 0;
@@ -52,37 +51,25 @@ void fillLookup(std::uint8_t* y, std::uint8_t* u, std::uint8_t* v, const Coeffic
   }
 }
 
-std::uint8_t* lookupBlock = nullptr;
-std::atomic<bool> lookupBuilt{false};
-
 }  // namespace
 
-const CoefficientTables& coefficientTables() {
-  static const CoefficientTables tables = buildCoefficientTables();
-  return tables;
-}
+const CoefficientTables& coefficientTables() { return kCoefficientTables; }
 
-bool buildLookupTables() {
-  const CoefficientTables& coefficients = coefficientTables();
-  if (lookupBuilt.load()) return true;
-  auto* block = static_cast<std::uint8_t*>(std::malloc(3 * kLookupTableSize));
-  if (block == nullptr) return false;
-  fillLookup(block, block + kLookupTableSize, block + 2 * kLookupTableSize, coefficients);
-  lookupBlock = block;
-  lookupBuilt.store(true);
+bool buildLookupTables(LookupTableBlock& block) {
+  if (block.bytes.load() != nullptr) return true;
+  auto* bytes = static_cast<std::uint8_t*>(std::malloc(3 * kLookupTableBytes));
+  if (bytes == nullptr) return false;
+  fillLookup(bytes, bytes + kLookupTableBytes, bytes + 2 * kLookupTableBytes, kCoefficientTables);
+  block.bytes.store(bytes);
   return true;
 }
 
-void releaseLookupTables() {
-  if (lookupBlock == nullptr) return;
-  lookupBuilt.store(false);
-  std::free(lookupBlock);
-  lookupBlock = nullptr;
-}
+void releaseLookupTables(LookupTableBlock& block) { std::free(block.bytes.exchange(nullptr)); }
 
-LookupTables lookupTables() {
-  if (!lookupBuilt.load()) return {};
-  return {lookupBlock, lookupBlock + kLookupTableSize, lookupBlock + 2 * kLookupTableSize};
+LookupTables lookupTables(const LookupTableBlock& block) {
+  const std::uint8_t* bytes = block.bytes.load();
+  if (bytes == nullptr) return {};
+  return {bytes, bytes + kLookupTableBytes, bytes + 2 * kLookupTableBytes};
 }
 
 }  // namespace mp4lib::pixels

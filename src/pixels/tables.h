@@ -4,6 +4,7 @@
 // 5-6-5 pixel.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 namespace mp4lib::pixels {
@@ -20,10 +21,20 @@ struct CoefficientTables {
   float blueToV[256];   // 0.0813, subtracted in V
 };
 
-// Built on first use, from any thread; never released.
+// Computed while compiling (the same single-precision products), so they
+// are there from the start and never change.
 const CoefficientTables& coefficientTables();
 
-// Y, U and V of each RGB16 pixel value, 65,536 bytes each, in one block.
+// Bytes of each RGB16 lookup table: one entry per pixel value.
+constexpr std::uint32_t kLookupTableBytes = 65536;
+
+// The one allocation holding the Y, U and V lookup tables, in that order;
+// null while they are not built. Its owner builds and releases it.
+struct LookupTableBlock {
+  std::atomic<std::uint8_t*> bytes{nullptr};
+};
+
+// Y, U and V of each RGB16 pixel value: a view of a built block.
 struct LookupTables {
   const std::uint8_t* y = nullptr;
   const std::uint8_t* u = nullptr;
@@ -32,10 +43,10 @@ struct LookupTables {
 
 // Builds the lookup tables unless they are built. False when the block could
 // not be allocated (the tables then stay unbuilt).
-bool buildLookupTables();
+bool buildLookupTables(LookupTableBlock& block);
 // Frees the block; a later build makes it again.
-void releaseLookupTables();
+void releaseLookupTables(LookupTableBlock& block);
 // The tables, with null pointers while they are not built.
-LookupTables lookupTables();
+LookupTables lookupTables(const LookupTableBlock& block);
 
 }  // namespace mp4lib::pixels

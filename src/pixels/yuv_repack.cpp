@@ -1,13 +1,12 @@
 // The YUV repackers: pictures the application already holds as YUV are
 // copied into the encoder's short planar 4:2:0 frame, with 4:2:2 chroma
-// decimated and, when the encoder's resize flag is set, resampled to the
-// coded size by nearest neighbour.
+// decimated and, when the encoder resamples, resampled to the coded size by
+// nearest neighbour.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
-#include "frame/encoder_context.h"
-#include "mp4lib.h"
+#include "pixels/encoder_frame.h"
 
 namespace mp4lib::pixels {
 
@@ -104,10 +103,7 @@ int resampledChroma(const Source& source, ChromaFn chroma, std::size_t t, std::s
 // first (held inside the row), and chroma is averaged over the two rows.
 template <typename Source>
 void repackResized(const Source& source, std::int16_t* y, std::int16_t* u, std::int16_t* v, std::int32_t width,
-                   std::int32_t height) {
-  const EncoderContext& context = frame::encoderContext();
-  const std::uint32_t codedWidth = context.codedWidth;
-  const std::uint32_t codedHeight = context.codedHeight;
+                   std::int32_t height, std::uint32_t codedWidth, std::uint32_t codedHeight) {
   // Below two input columns or rows there is no chroma sample to take.
   if (width < 2 || height < 2 || codedWidth < 2 || codedHeight < 2) return;
   const std::uint32_t across = (static_cast<std::uint32_t>(width) << 15) / codedWidth;
@@ -135,64 +131,47 @@ void repackResized(const Source& source, std::int16_t* y, std::int16_t* u, std::
 }
 
 template <typename Source>
-void repack(const Source& source, std::int16_t* y, std::int16_t* u, std::int16_t* v, std::int32_t width,
-            std::int32_t height) {
-  if ((frame::encoderContext().conversionFlags & MP4LIB_CONVERT_RESIZE) != 0) {
-    repackResized(source, y, u, v, width, height);
+void repack(const Source& source, std::int32_t width, std::int32_t height, const EncoderFrame& frame) {
+  if (frame.resample) {
+    repackResized(source, frame.y, frame.u, frame.v, width, height, frame.codedWidth, frame.codedHeight);
   } else {
-    repackDirect(source, y, u, v, width, height);
+    repackDirect(source, frame.y, frame.u, frame.v, width, height);
   }
 }
 
-// Sample offsets of the planes in a one-buffer picture.
-std::size_t lumaSize(std::int32_t width, std::int32_t height) {
-  return width > 0 && height > 0 ? static_cast<std::size_t>(width) * static_cast<std::size_t>(height) : 0;
-}
-
-std::size_t halfWidthPlaneSize(std::int32_t width, std::int32_t height) {
-  return width > 1 && height > 0 ? static_cast<std::size_t>(width / 2) * static_cast<std::size_t>(height) : 0;
-}
-
 }  // namespace
+
+void packedYuv422ToEncoderFrame(const std::uint8_t* yuv, std::int32_t width, std::int32_t height,
+                                const EncoderFrame& frame) {
+  repack(PackedSource(yuv, width), width, height, frame);
+}
+
+void planarYuv422ToEncoderFrame(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v,
+                                std::int32_t width, std::int32_t height, const EncoderFrame& frame) {
+  repack(PlanarSource<std::uint8_t>(y, u, v, width, height, false), width, height, frame);
+}
+
+void planarYuv420ToEncoderFrame(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v,
+                                std::int32_t width, std::int32_t height, const EncoderFrame& frame) {
+  repack(PlanarSource<std::uint8_t>(y, u, v, width, height, true), width, height, frame);
+}
+
+void shortYuv420ToEncoderFrame(const std::int16_t* y, const std::int16_t* u, const std::int16_t* v,
+                               std::int32_t width, std::int32_t height, const EncoderFrame& frame) {
+  repack(PlanarSource<std::int16_t>(y, u, v, width, height, true), width, height, frame);
+}
+
+// 4:2:2: U starts width x height samples in, V width/2 x height further.
+PlaneOffsets planarYuv422Offsets(std::int32_t width, std::int32_t height) {
+  const std::size_t luma = width > 0 && height > 0 ? std::size_t(width) * std::size_t(height) : 0;
+  const std::size_t chroma = width > 1 && height > 0 ? std::size_t(width / 2) * std::size_t(height) : 0;
+  return {luma, luma + chroma};
+}
+
+// 4:2:0: U starts width x height samples in, V a quarter of that further.
+PlaneOffsets planarYuv420Offsets(std::int32_t width, std::int32_t height) {
+  const std::size_t luma = width > 0 && height > 0 ? std::size_t(width) * std::size_t(height) : 0;
+  return {luma, luma + luma / 4};
+}
+
 }  // namespace mp4lib::pixels
-
-using mp4lib::pixels::PackedSource;
-using mp4lib::pixels::PlanarSource;
-
-extern "C" MP4LIB_API void yuv422_yuv420(const uint8_t* yuv, int16_t* y, int16_t* u, int16_t* v, int32_t width,
-                                         int32_t height) {
-  mp4lib::pixels::repack(PackedSource(yuv, width), y, u, v, width, height);
-}
-
-extern "C" MP4LIB_API void byte_yuv422_yuv420_planner_s3(const uint8_t* srcY, const uint8_t* srcU, const uint8_t* srcV,
-                                                         int16_t* y, int16_t* u, int16_t* v, int32_t width,
-                                                         int32_t height) {
-  mp4lib::pixels::repack(PlanarSource<uint8_t>(srcY, srcU, srcV, width, height, false), y, u, v, width, height);
-}
-
-extern "C" MP4LIB_API void byte_yuv422_yuv420_planner(const uint8_t* yuv, int16_t* y, int16_t* u, int16_t* v,
-                                                      int32_t width, int32_t height) {
-  const size_t lumaSize = mp4lib::pixels::lumaSize(width, height);
-  const size_t chromaSize = mp4lib::pixels::halfWidthPlaneSize(width, height);
-  byte_yuv422_yuv420_planner_s3(yuv, yuv + lumaSize, yuv + lumaSize + chromaSize, y, u, v, width, height);
-}
-
-extern "C" MP4LIB_API void byte_yuv420_yuv420_planner_s3(const uint8_t* srcY, const uint8_t* srcU, const uint8_t* srcV,
-                                                         int16_t* y, int16_t* u, int16_t* v, int32_t width,
-                                                         int32_t height) {
-  mp4lib::pixels::repack(PlanarSource<uint8_t>(srcY, srcU, srcV, width, height, true), y, u, v, width, height);
-}
-
-// U starts width x height samples in, V a quarter of that further.
-extern "C" MP4LIB_API void byte_yuv420_yuv420_planner(const uint8_t* yuv, int16_t* y, int16_t* u, int16_t* v,
-                                                      int32_t width, int32_t height) {
-  const size_t lumaSize = mp4lib::pixels::lumaSize(width, height);
-  byte_yuv420_yuv420_planner_s3(yuv, yuv + lumaSize, yuv + lumaSize + lumaSize / 4, y, u, v, width, height);
-}
-
-extern "C" MP4LIB_API void short_yuv420_yuv420_planner(const int16_t* yuv, int16_t* y, int16_t* u, int16_t* v,
-                                                       int32_t width, int32_t height) {
-  const size_t lumaSize = mp4lib::pixels::lumaSize(width, height);
-  mp4lib::pixels::repack(PlanarSource<int16_t>(yuv, yuv + lumaSize, yuv + lumaSize + lumaSize / 4, width, height, true),
-                         y, u, v, width, height);
-}

@@ -2,19 +2,14 @@
 // samples to grey RGB24. Integer arithmetic only.
 #include "pixels/yuv_to_rgb.h"
 
-#include <atomic>
 #include <cstddef>
 
-#include "mp4lib.h"
 #include "pixels/simd.h"
 #include "pixels/yuv_rgb_rows.h"
 
 namespace mp4lib::pixels {
 
 namespace {
-
-// RGB16 method: 1 error diffusion, 2 additive, anything else direct.
-std::atomic<std::int32_t> rgb16Method{0};
 
 // Walks the picture in row pairs. Luma rows are `pitch` samples apart and
 // chroma rows (width >> 1) + ((pitch - width) >> 1) samples, which is
@@ -59,18 +54,22 @@ void yuvToRgb16DirectRowPair(const YuvRowPairIn& in, std::int32_t pairs, const R
 
 }  // namespace
 
-std::int32_t transferYUV2RGB16(std::uint32_t pitch, std::uint32_t /*reserved*/, std::int32_t width,
-                               std::int32_t height, const std::uint8_t* y, const std::uint8_t* u,
-                               const std::uint8_t* v, std::uint8_t* rgb) {
+std::int32_t yuvToRgb24(std::uint32_t pitch, std::int32_t width, std::int32_t height, const std::uint8_t* y,
+                        const std::uint8_t* u, const std::uint8_t* v, std::uint8_t* rgb) {
+  return convertRowPairs(pitch, width, height, y, u, v, rgb, 3, yuvToRgb24RowPair);
+}
+
+std::int32_t yuvToRgb16(std::int32_t method, std::uint32_t pitch, std::int32_t width, std::int32_t height,
+                        const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v, std::uint8_t* rgb) {
   // The carries start at zero for every picture.
   DitherCarries carries;
-  switch (rgb16Method.load(std::memory_order_relaxed)) {
-    case 1:
+  switch (method) {
+    case kRgb16Diffused:
       return convertRowPairs(pitch, width, height, y, u, v, rgb, 2,
                              [&carries](const YuvRowPairIn& in, std::int32_t pairs, const RgbRowPairOut& out) {
                                yuvToRgb16DiffusedRowPair(in, pairs, out, carries);
                              });
-    case 2:
+    case kRgb16Additive:
       return convertRowPairs(pitch, width, height, y, u, v, rgb, 2,
                              [&carries](const YuvRowPairIn& in, std::int32_t pairs, const RgbRowPairOut& out) {
                                yuvToRgb16AdditiveRowPair(in, pairs, out, carries);
@@ -80,26 +79,13 @@ std::int32_t transferYUV2RGB16(std::uint32_t pitch, std::uint32_t /*reserved*/, 
   }
 }
 
-}  // namespace mp4lib::pixels
-
-extern "C" MP4LIB_API int32_t transferByteYUV2RGBEx(uint32_t pitch, uint32_t /*reserved*/, int32_t width,
-                                                    int32_t height, const uint8_t* y, const uint8_t* u,
-                                                    const uint8_t* v, uint8_t* rgb) {
-  return mp4lib::pixels::convertRowPairs(pitch, width, height, y, u, v, rgb, 3, mp4lib::pixels::yuvToRgb24RowPair);
-}
-
-extern "C" MP4LIB_API void setYUV2RGBMethod(int32_t method) {
-  mp4lib::pixels::rgb16Method.store(method, std::memory_order_relaxed);
-}
-
-// Grey: the low byte of each sample, unclamped, three times. Rows of the
-// source are `pitch` samples apart.
-extern "C" MP4LIB_API int32_t transferY2RGB(uint32_t pitch, uint32_t /*reserved*/, int32_t width, int32_t height,
-                                            const int16_t* samples, uint8_t* rgb) {
-  for (ptrdiff_t row = 0; row < height; ++row) {
-    const int16_t* source = samples + row * static_cast<ptrdiff_t>(pitch);
-    for (int32_t x = 0; x < width; ++x) {
-      const auto grey = static_cast<uint8_t>(source[x] & 0xFF);
+// Grey: the low byte of each sample, unclamped, three times.
+std::int32_t lumaToGreyRgb24(std::uint32_t pitch, std::int32_t width, std::int32_t height,
+                             const std::int16_t* samples, std::uint8_t* rgb) {
+  for (std::ptrdiff_t row = 0; row < height; ++row) {
+    const std::int16_t* source = samples + row * static_cast<std::ptrdiff_t>(pitch);
+    for (std::int32_t x = 0; x < width; ++x) {
+      const auto grey = static_cast<std::uint8_t>(source[x] & 0xFF);
       rgb[0] = grey;
       rgb[1] = grey;
       rgb[2] = grey;
@@ -108,3 +94,5 @@ extern "C" MP4LIB_API int32_t transferY2RGB(uint32_t pitch, uint32_t /*reserved*
   }
   return 1;
 }
+
+}  // namespace mp4lib::pixels

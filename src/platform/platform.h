@@ -29,8 +29,18 @@ std::vector<std::wstring> findFiles(const std::wstring& folder, const std::wstri
 extern const wchar_t* const kPluginPattern;
 
 // Free bytes available to the caller and total bytes of the volume holding
-// the current folder. False when the system cannot tell.
+// the current folder. False when the system cannot tell. A stand-in may
+// answer instead of the system; null restores it.
 bool diskSpace(std::uint64_t* freeToCaller, std::uint64_t* total);
+using DiskSpaceQuery = bool (*)(std::uint64_t* freeToCaller, std::uint64_t* total);
+void setDiskSpaceForTesting(DiskSpaceQuery query);
+
+// Every byte the library writes to a file goes through here (fwrite
+// semantics: returns the bytes written). A slow, short or failing writer
+// may stand in; null restores fwrite.
+std::size_t writeFile(const void* data, std::size_t length, std::FILE* file);
+using FileWrite = std::size_t (*)(const void* data, std::size_t length, std::FILE* file);
+void setFileWriteForTesting(FileWrite write);
 
 // ---- Threads, locks, time ----------------------------------------------------
 
@@ -83,10 +93,15 @@ class Signal {
   alignas(16) unsigned char storage_[128];
 };
 
+// The wake-up call that detached threads use to say their work is done. It
+// lives as long as the process: a thread may still be on its way out of it
+// while the library is being unloaded.
+Signal& detachedWorkSignal();
+
 void sleepMs(std::uint32_t ms);
 
-// Milliseconds on a 32-bit clock that wraps (timeGetTime). Tests may replace
-// the source with setClockForTesting; null restores the system clock.
+// Milliseconds on a 32-bit clock that wraps (timeGetTime). Another source
+// may stand in (setClockForTesting); null restores the system clock.
 std::uint32_t timeGetTimeMs();
 void setClockForTesting(std::uint32_t (*clock)());
 
@@ -110,8 +125,15 @@ std::size_t moduleFileName(wchar_t* buffer, std::size_t capacity);
 // (Windows); other platforms find the module from a code address.
 void setOwnModule(ModuleHandle module);
 
+// ---- Vector instructions ---------------------------------------------------------
+
+// Whether the pixel kernels may use the processor's vector instructions.
+// True unless switched off, to compare them with the scalar code.
+bool vectorInstructionsAllowed();
+void allowVectorInstructionsForTesting(bool allowed);
+
 // ---- Wave devices --------------------------------------------------------------
-// The audio capture and playback devices join this interface with their own
-// header when they are built.
+// The audio capture and playback devices have their own header,
+// wave_device.h.
 
 }  // namespace mp4lib::platform

@@ -2,7 +2,7 @@
 // and on POSIX a backend that runs the device itself and posts the same
 // messages to the application's Mp4WaveTarget. Calls, arguments and results
 // follow winmm (0 = no error); the audio subsystem is written against this
-// interface only. Tests replace the system's devices with a double.
+// interface only. A double may stand in for the system's devices.
 #pragma once
 
 #include <cstdint>
@@ -71,9 +71,9 @@ class WaveDevices {
   virtual std::uint32_t waveOutClose(WaveHandle handle) = 0;
 };
 
-// The devices in use: the system's, unless a test put its own in place.
+// The devices in use: the system's, unless a double stands in.
 WaveDevices& waveDevices();
-// Tests install a double; null goes back to the system's devices.
+// Puts a double in place; null goes back to the system's devices.
 void setWaveDevicesForTesting(WaveDevices* devices);
 
 // The flags word of a header that a device thread may change under us

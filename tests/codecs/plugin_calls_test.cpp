@@ -7,6 +7,7 @@
 #include "codecs/plugin_registry.h"
 #include "support/plugin_folder.h"
 #include "support/test_plugin.h"
+#include "support/library_state.h"
 
 namespace mp4lib::codecs {
 namespace {
@@ -64,16 +65,16 @@ class VideoUnits : public ::testing::Test {
  protected:
   void install(const char* stem) {
     folder.addPlugin(stem);
-    discoverCodecPluginsBeside(folder.moduleFileInside().c_str());
-    ASSERT_EQ(codecPluginCount(), 1);
-    activePlugins().videoDecoder = codecPluginAt(0);
-    control = test::controlOf(codecPluginAt(0));
+    discoverCodecPluginsBeside(test::plugins(), folder.moduleFileInside().c_str());
+    ASSERT_EQ(test::plugins().count, 1);
+    test::plugins().active.videoDecoder = codecPluginAt(test::plugins(), 0);
+    control = test::controlOf(codecPluginAt(test::plugins(), 0));
     control->callCount = 0;
   }
   void TearDown() override {
-    activePlugins() = ActivePlugins{};
-    unloadCodecPlugins();
-    discoverCodecPluginsBeside(nullptr);
+    test::plugins().active = ActivePlugins{};
+    unloadCodecPlugins(test::plugins());
+    discoverCodecPluginsBeside(test::plugins(), nullptr);
   }
   std::vector<TestPluginCall> decodeCalls() const {
     std::vector<TestPluginCall> calls;
@@ -88,15 +89,15 @@ class VideoUnits : public ::testing::Test {
 
 TEST_F(VideoUnits, NoActiveDecoderFails) {
   const Bytes frame = {0x00, 0x00, 0x01, 0xB6, 1, 2, 3, 4};
-  EXPECT_EQ(decodeVideoUnits(frame.data(), 8, 0, 0), 0u);
-  EXPECT_EQ(decodeVideoFrameHeader(frame.data(), 8, 0), 0u);
+  EXPECT_EQ(decodeVideoUnits(test::plugins().active.videoDecoder, frame.data(), 8, 0, 0), 0u);
+  EXPECT_EQ(decodeVideoFrameHeader(test::plugins().active.videoDecoder, frame.data(), 8, 0), 0u);
 }
 
 TEST_F(VideoUnits, OtherCodecsGetTheWholeFrame) {
   install("codectest_h263");
   control->decodeResult = 0x1234;
   const Bytes frame = {'K', 1, 2, 3, 0x00, 0x00, 0x01, 0xB6, 9, 9};
-  EXPECT_EQ(decodeVideoUnits(frame.data(), 10, 7, 8), 0x1234u);
+  EXPECT_EQ(decodeVideoUnits(test::plugins().active.videoDecoder, frame.data(), 10, 7, 8), 0x1234u);
   const auto calls = decodeCalls();
   ASSERT_EQ(calls.size(), 1u);
   EXPECT_EQ(calls[0].args[0], reinterpret_cast<Mp4Word>(frame.data()));
@@ -104,13 +105,13 @@ TEST_F(VideoUnits, OtherCodecsGetTheWholeFrame) {
   EXPECT_EQ(calls[0].args[2], 7u);
   EXPECT_EQ(calls[0].args[3], 8u);
   EXPECT_EQ(calls[0].args[4], 0u);
-  EXPECT_EQ(decodeVideoFrameHeader(frame.data(), 10, 0), static_cast<Mp4Word>(MP4LIB_FRAME_KEY));
+  EXPECT_EQ(decodeVideoFrameHeader(test::plugins().active.videoDecoder, frame.data(), 10, 0), static_cast<Mp4Word>(MP4LIB_FRAME_KEY));
 }
 
 TEST_F(VideoUnits, Mpeg4FrameWithoutStartCodeIsAcceptedAndNotDecoded) {
   install("codectest_mp4v");
   const Bytes frame = {0x12, 0x00, 0x00, 0x01, 0xB6, 1, 2, 3};
-  EXPECT_EQ(decodeVideoUnits(frame.data(), 8, 0, 0), 1u);
+  EXPECT_EQ(decodeVideoUnits(test::plugins().active.videoDecoder, frame.data(), 8, 0, 0), 1u);
   EXPECT_TRUE(decodeCalls().empty());
 }
 
@@ -118,7 +119,7 @@ TEST_F(VideoUnits, Mpeg4FrameIsFedUnitByUnit) {
   install("codectest_mp4v");
   control->decodeResult = 0;  // per-unit results are ignored
   const Bytes frame = {0x00, 0x00, 0x01, 0xB0, 0xAA, 0xBB, 0x00, 0x00, 0x01, 0xB6, 0xCC, 0xDD, 0xEE};
-  EXPECT_EQ(decodeVideoUnits(frame.data(), 13, 5, 6), 1u);
+  EXPECT_EQ(decodeVideoUnits(test::plugins().active.videoDecoder, frame.data(), 13, 5, 6), 1u);
   const auto calls = decodeCalls();
   ASSERT_EQ(calls.size(), 2u);
   EXPECT_EQ(calls[0].args[0], reinterpret_cast<Mp4Word>(frame.data()));
@@ -134,7 +135,7 @@ TEST_F(VideoUnits, Mpeg4FrameIsFedUnitByUnit) {
 TEST_F(VideoUnits, Mpeg4StartCodeAfterOddZerosStaysInOneUnit) {
   install("codectest_mp4v");
   const Bytes frame = {0x00, 0x00, 0x01, 0xB6, 0xAA, 0x00, 0x00, 0x00, 0x01, 0xB6, 0xCC, 0xDD, 0xEE};
-  EXPECT_EQ(decodeVideoUnits(frame.data(), 13, 0, 0), 1u);
+  EXPECT_EQ(decodeVideoUnits(test::plugins().active.videoDecoder, frame.data(), 13, 0, 0), 1u);
   const auto calls = decodeCalls();
   ASSERT_EQ(calls.size(), 1u);
   EXPECT_EQ(calls[0].args[1], 13u);
@@ -147,20 +148,20 @@ TEST_F(VideoUnits, Mpeg4FrameHeaderComesFromTheVopUnit) {
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(unit);
     return length == 7 && bytes[3] == 0xB6 ? MP4LIB_FRAME_KEY : MP4LIB_FRAME_NONE;
   };
-  EXPECT_EQ(decodeVideoFrameHeader(frame.data(), 13, 0), static_cast<Mp4Word>(MP4LIB_FRAME_KEY));
+  EXPECT_EQ(decodeVideoFrameHeader(test::plugins().active.videoDecoder, frame.data(), 13, 0), static_cast<Mp4Word>(MP4LIB_FRAME_KEY));
 }
 
 TEST_F(VideoUnits, Mpeg4FrameHeaderWithoutVopUnitIsZero) {
   install("codectest_mp4v");
   const Bytes frame = {0x00, 0x00, 0x01, 0xB0, 0x11, 0x22, 0x00, 0x00, 0x01, 0xB5, 0x33, 0x44, 0x55};
-  EXPECT_EQ(decodeVideoFrameHeader(frame.data(), 13, 0), 0u);
+  EXPECT_EQ(decodeVideoFrameHeader(test::plugins().active.videoDecoder, frame.data(), 13, 0), 0u);
   EXPECT_EQ(test::countCalls(control, TP_DECODE_FRAME_HEADER), 0);
 }
 
 TEST(AudioUnit, NoActiveDecoderFails) {
   std::uint8_t in[4] = {1, 2, 3, 4}, out[4] = {};
   std::uint32_t outLength = 4;
-  EXPECT_EQ(decodeAudioUnit(in, 4, out, &outLength, nullptr), 0u);
+  EXPECT_EQ(decodeAudioUnit(test::plugins().active.audioDecoder, in, 4, out, &outLength, nullptr), 0u);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "platform/platform.h"
 #include "support/plugin_folder.h"
 #include "support/test_plugin.h"
+#include "support/library_state.h"
 
 namespace mp4lib::codecs {
 namespace {
@@ -17,32 +18,32 @@ using test::controlOf;
 class PluginRegistry : public ::testing::Test {
  protected:
   void TearDown() override {
-    unloadCodecPlugins();
-    discoverCodecPluginsBeside(nullptr);  // count back to 0
+    unloadCodecPlugins(test::plugins());
+    discoverCodecPluginsBeside(test::plugins(), nullptr);  // count back to 0
   }
   PluginFolder folder;
 };
 
 TEST_F(PluginRegistry, EmptyFolderLoadsNothing) {
-  discoverCodecPluginsBeside(folder.moduleFileInside().c_str());
-  EXPECT_EQ(codecPluginCount(), 0);
-  EXPECT_EQ(findCodecPluginByType(MP4LIB_CODEC_TYPE_H263), nullptr);
+  discoverCodecPluginsBeside(test::plugins(), folder.moduleFileInside().c_str());
+  EXPECT_EQ(test::plugins().count, 0);
+  EXPECT_EQ(findCodecPluginByType(test::plugins(), MP4LIB_CODEC_TYPE_H263), nullptr);
 }
 
 TEST_F(PluginRegistry, LoadsPluginsAndAsksTheirIdentityOnce) {
   folder.addPlugin("codectest_h263");
   folder.addPlugin("codectest_amr");
-  discoverCodecPluginsBeside(folder.moduleFileInside().c_str());
-  ASSERT_EQ(codecPluginCount(), 2);
+  discoverCodecPluginsBeside(test::plugins(), folder.moduleFileInside().c_str());
+  ASSERT_EQ(test::plugins().count, 2);
 
-  CodecPlugin* video = findCodecPluginByType(MP4LIB_CODEC_TYPE_H263);
+  CodecPlugin* video = findCodecPluginByType(test::plugins(), MP4LIB_CODEC_TYPE_H263);
   ASSERT_NE(video, nullptr);
   EXPECT_EQ(video->codecId, 4u);
   EXPECT_EQ(video->codecCategory, 0u);
   EXPECT_EQ(video->codecTag, MP4LIB_TAG_S263);
   EXPECT_EQ(video->codecType, 1u);
 
-  CodecPlugin* audio = findCodecPluginByType(MP4LIB_CODEC_TYPE_AMR);
+  CodecPlugin* audio = findCodecPluginByType(test::plugins(), MP4LIB_CODEC_TYPE_AMR);
   ASSERT_NE(audio, nullptr);
   EXPECT_EQ(audio->codecId, 63u);
   EXPECT_EQ(audio->codecCategory, 1u);
@@ -60,8 +61,8 @@ TEST_F(PluginRegistry, LoadsPluginsAndAsksTheirIdentityOnce) {
 
 TEST_F(PluginRegistry, BindsAllEighteenEntryPoints) {
   folder.addPlugin("codectest_h263");
-  discoverCodecPluginsBeside(folder.moduleFileInside().c_str());
-  CodecPlugin* plugin = codecPluginAt(0);
+  discoverCodecPluginsBeside(test::plugins(), folder.moduleFileInside().c_str());
+  CodecPlugin* plugin = codecPluginAt(test::plugins(), 0);
   ASSERT_NE(plugin, nullptr);
   const void* entries[] = {
       reinterpret_cast<void*>(plugin->getCodecID),     reinterpret_cast<void*>(plugin->getCodecCategory),
@@ -80,14 +81,14 @@ TEST_F(PluginRegistry, BindsAllEighteenEntryPoints) {
 TEST_F(PluginRegistry, FirstFoundOfOneCodecTypeIsSelected) {
   folder.addPlugin("codectest_h263", test::sharedLibraryName("codecA"));
   folder.addPlugin("codectest_h263", test::sharedLibraryName("codecB"));
-  discoverCodecPluginsBeside(folder.moduleFileInside().c_str());
-  ASSERT_EQ(codecPluginCount(), 2);
+  discoverCodecPluginsBeside(test::plugins(), folder.moduleFileInside().c_str());
+  ASSERT_EQ(test::plugins().count, 2);
 
   const auto found = platform::findFiles(folder.path().wstring() + platform::kPathSeparator, platform::kPluginPattern);
   ASSERT_EQ(found.size(), 2u);
-  CodecPlugin* selected = findCodecPluginByType(MP4LIB_CODEC_TYPE_H263);
-  EXPECT_EQ(selected, codecPluginAt(0));
-  EXPECT_NE(selected, codecPluginAt(1));
+  CodecPlugin* selected = findCodecPluginByType(test::plugins(), MP4LIB_CODEC_TYPE_H263);
+  EXPECT_EQ(selected, codecPluginAt(test::plugins(), 0));
+  EXPECT_NE(selected, codecPluginAt(test::plugins(), 1));
   // Table order is search order: the first record is the first file found.
   const std::wstring firstPath = (folder.path() / found[0]).wstring();
   platform::ModuleHandle first = platform::loadLibrary(firstPath.c_str());
@@ -98,52 +99,52 @@ TEST_F(PluginRegistry, FirstFoundOfOneCodecTypeIsSelected) {
 
 TEST_F(PluginRegistry, StopsLoadingAtTenPlugins) {
   for (int i = 0; i < 11; ++i) folder.addPlugin("codectest_h263", test::sharedLibraryName("codec" + std::to_string(10 + i)));
-  discoverCodecPluginsBeside(folder.moduleFileInside().c_str());
-  EXPECT_EQ(codecPluginCount(), 10);
+  discoverCodecPluginsBeside(test::plugins(), folder.moduleFileInside().c_str());
+  EXPECT_EQ(test::plugins().count, 10);
   EXPECT_FALSE(platform::isLibraryLoaded((folder.path() / test::sharedLibraryName("codec20")).wstring().c_str()));
 }
 
 TEST_F(PluginRegistry, FileThatDoesNotLoadIsSkipped) {
   folder.addFile(test::sharedLibraryName("codec0junk"), "not a library");
   folder.addPlugin("codectest_amr");
-  discoverCodecPluginsBeside(folder.moduleFileInside().c_str());
-  ASSERT_EQ(codecPluginCount(), 1);
-  EXPECT_EQ(codecPluginAt(0)->codecType, MP4LIB_CODEC_TYPE_AMR);
+  discoverCodecPluginsBeside(test::plugins(), folder.moduleFileInside().c_str());
+  ASSERT_EQ(test::plugins().count, 1);
+  EXPECT_EQ(codecPluginAt(test::plugins(), 0)->codecType, MP4LIB_CODEC_TYPE_AMR);
 }
 
 TEST_F(PluginRegistry, PluginWithoutIdentityFunctionsIsNotLoaded) {
   const auto partial = folder.addPlugin("codectest_notype");
-  discoverCodecPluginsBeside(folder.moduleFileInside().c_str());
-  EXPECT_EQ(codecPluginCount(), 0);
+  discoverCodecPluginsBeside(test::plugins(), folder.moduleFileInside().c_str());
+  EXPECT_EQ(test::plugins().count, 0);
   EXPECT_FALSE(platform::isLibraryLoaded(partial.wstring().c_str()));
 }
 
 TEST_F(PluginRegistry, FilesNotMatchingThePatternAreIgnored) {
   folder.addPlugin("codectest_h263", test::sharedLibraryName("mycodec"));
   folder.addPlugin("codectest_h263", "codec_h263.bin");
-  discoverCodecPluginsBeside(folder.moduleFileInside().c_str());
-  EXPECT_EQ(codecPluginCount(), 0);
+  discoverCodecPluginsBeside(test::plugins(), folder.moduleFileInside().c_str());
+  EXPECT_EQ(test::plugins().count, 0);
 }
 
 TEST_F(PluginRegistry, ModuleNameWithoutFolderSearchesTheCurrentFolder) {
   folder.addPlugin("codectest_g723");
   const auto previous = std::filesystem::current_path();
   std::filesystem::current_path(folder.path());
-  discoverCodecPluginsBeside(std::wstring(L"mp4lib.so").c_str());
+  discoverCodecPluginsBeside(test::plugins(), std::wstring(L"mp4lib.so").c_str());
   std::filesystem::current_path(previous);
-  ASSERT_EQ(codecPluginCount(), 1);
-  EXPECT_EQ(codecPluginAt(0)->codecType, MP4LIB_CODEC_TYPE_G723);
+  ASSERT_EQ(test::plugins().count, 1);
+  EXPECT_EQ(codecPluginAt(test::plugins(), 0)->codecType, MP4LIB_CODEC_TYPE_G723);
 }
 
 TEST_F(PluginRegistry, UnloadFreesModulesAndKeepsTheCount) {
   const auto path = folder.addPlugin("codectest_h263");
-  discoverCodecPluginsBeside(folder.moduleFileInside().c_str());
+  discoverCodecPluginsBeside(test::plugins(), folder.moduleFileInside().c_str());
   ASSERT_TRUE(platform::isLibraryLoaded(path.wstring().c_str()));
-  unloadCodecPlugins();
-  EXPECT_EQ(codecPluginCount(), 1);
-  EXPECT_EQ(codecPluginAt(0)->module, nullptr);
+  unloadCodecPlugins(test::plugins());
+  EXPECT_EQ(test::plugins().count, 1);
+  EXPECT_EQ(codecPluginAt(test::plugins(), 0)->module, nullptr);
   EXPECT_FALSE(platform::isLibraryLoaded(path.wstring().c_str()));
-  EXPECT_EQ(findCodecPluginByType(MP4LIB_CODEC_TYPE_H263), nullptr);
+  EXPECT_EQ(findCodecPluginByType(test::plugins(), MP4LIB_CODEC_TYPE_H263), nullptr);
 }
 
 TEST_F(PluginRegistry, RealModuleFileNameIsKnown) {

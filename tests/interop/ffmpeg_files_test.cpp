@@ -15,6 +15,7 @@
 #include "interop/interop_support.h"
 #include "mp4lib.h"
 #include "support/plugin_folder.h"
+#include "support/library_state.h"
 
 namespace fs = std::filesystem;
 
@@ -132,13 +133,13 @@ class FfmpegFiles : public ::testing::TestWithParam<const char*> {
   }
 
   static void loadPlugins() {
-    codecs::unloadCodecPlugins();
-    codecs::discoverCodecPluginsBeside((libraryFolder() / mp4libFileName()).wstring().c_str());
+    codecs::unloadCodecPlugins(test::plugins());
+    codecs::discoverCodecPluginsBeside(test::plugins(), (libraryFolder() / mp4libFileName()).wstring().c_str());
   }
   static void unloadPlugins() {
-    codecs::activePlugins() = codecs::ActivePlugins{};
-    codecs::unloadCodecPlugins();
-    codecs::discoverCodecPluginsBeside(nullptr);
+    test::plugins().active = codecs::ActivePlugins{};
+    codecs::unloadCodecPlugins(test::plugins());
+    codecs::discoverCodecPluginsBeside(test::plugins(), nullptr);
   }
 
   void open() {

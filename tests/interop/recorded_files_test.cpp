@@ -10,6 +10,7 @@
 #include "interop/interop_support.h"
 #include "mp4lib.h"
 #include "support/plugin_folder.h"
+#include "support/library_state.h"
 
 namespace fs = std::filesystem;
 
@@ -43,14 +44,14 @@ class RecordedFiles : public ::testing::TestWithParam<Pair> {
   }
   void SetUp() override {
     if (!ffmpegAvailable()) GTEST_SKIP() << "ffmpeg or ffprobe is not installed";
-    codecs::unloadCodecPlugins();
-    codecs::discoverCodecPluginsBeside((libraryFolder() / mp4libFileName()).wstring().c_str());
+    codecs::unloadCodecPlugins(test::plugins());
+    codecs::discoverCodecPluginsBeside(test::plugins(), (libraryFolder() / mp4libFileName()).wstring().c_str());
   }
   void TearDown() override {
     finalizeEncoder();
-    codecs::activePlugins() = codecs::ActivePlugins{};
-    codecs::unloadCodecPlugins();
-    codecs::discoverCodecPluginsBeside(nullptr);
+    test::plugins().active = codecs::ActivePlugins{};
+    codecs::unloadCodecPlugins(test::plugins());
+    codecs::discoverCodecPluginsBeside(test::plugins(), nullptr);
   }
 
   // Records kRecordMs of the pattern and a 440 Hz tone through the exported

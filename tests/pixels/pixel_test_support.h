@@ -8,7 +8,7 @@
 #include <random>
 #include <vector>
 
-#include "frame/encoder_context.h"
+#include "support/library_state.h"
 #include "mp4lib.h"
 
 namespace mp4lib::test {
@@ -49,13 +49,13 @@ class ExactBuffer {
 class EncoderPictureScope {
  public:
   EncoderPictureScope(std::uint32_t codedWidth, std::uint32_t codedHeight, bool resize)
-      : saved_(frame::encoderContext()) {
-    EncoderContext& context = frame::encoderContext();
+      : saved_(test::recorder().context) {
+    EncoderContext& context = test::recorder().context;
     context.codedWidth = codedWidth;
     context.codedHeight = codedHeight;
     context.conversionFlags = resize ? MP4LIB_CONVERT_RESIZE : 0u;
   }
-  ~EncoderPictureScope() { frame::encoderContext() = saved_; }
+  ~EncoderPictureScope() { test::recorder().context = saved_; }
   EncoderPictureScope(const EncoderPictureScope&) = delete;
   EncoderPictureScope& operator=(const EncoderPictureScope&) = delete;
 

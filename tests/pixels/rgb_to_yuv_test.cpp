@@ -9,6 +9,7 @@
 #include "pixels/pixel_test_support.h"
 #include "pixels/simd.h"
 #include "pixels/tables.h"
+#include "support/library_state.h"
 
 namespace mp4lib::test {
 namespace {
@@ -156,7 +157,7 @@ TEST(RgbToYuv, ChromaIsTheTruncatedMeanOfTheFourPixels) {
 }
 
 TEST(RgbToYuv, Rgb16EncoderBuildsItsTablesOnDemand) {
-  pixels::releaseLookupTables();
+  pixels::releaseLookupTables(library().lookupTables);
   const std::vector<std::uint16_t> picture(4, 0xF800);
   EncoderPictureScope scope(2, 2, false);
   ShortFrame frame(2, 2, -1);
@@ -164,7 +165,7 @@ TEST(RgbToYuv, Rgb16EncoderBuildsItsTablesOnDemand) {
   EXPECT_EQ(frame.y[0], 74);
   EXPECT_EQ(frame.u[0], 86);
   EXPECT_EQ(frame.v[0], 252);
-  pixels::releaseLookupTables();
+  pixels::releaseLookupTables(library().lookupTables);
 }
 
 TEST(RgbToYuv, ResizeFromTwiceTheCodedSizeTakesEverySecondPixel) {
@@ -241,8 +242,8 @@ TEST(RgbToYuv, FlipPutsTheFirstRowLast) {
 // encoder paths and both free-standing converters.
 class RandomRgbPictures : public ::testing::TestWithParam<bool> {
  protected:
-  void SetUp() override { pixels::simd::setEnabled(GetParam()); }
-  void TearDown() override { pixels::simd::setEnabled(true); }
+  void SetUp() override { platform::allowVectorInstructionsForTesting(GetParam()); }
+  void TearDown() override { platform::allowVectorInstructionsForTesting(true); }
 };
 
 TEST_P(RandomRgbPictures, EncoderDirectPathMatchesReference) {

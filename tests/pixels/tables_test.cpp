@@ -10,35 +10,34 @@ namespace {
 
 class LookupTablesTest : public ::testing::Test {
  protected:
-  void SetUp() override { ASSERT_TRUE(buildLookupTables()); }
-  void TearDown() override { releaseLookupTables(); }
+  void SetUp() override { ASSERT_TRUE(buildLookupTables(block)); }
+  void TearDown() override { releaseLookupTables(block); }
+  LookupTables lookupTables() const { return pixels::lookupTables(block); }
+  LookupTableBlock block;
 };
 
 struct Yuv {
   int y, u, v;
 };
 
-Yuv lookup(unsigned pixel) {
-  const LookupTables tables = lookupTables();
-  return {tables.y[pixel], tables.u[pixel], tables.v[pixel]};
-}
+Yuv lookup(const LookupTables& tables, unsigned pixel) { return {tables.y[pixel], tables.u[pixel], tables.v[pixel]}; }
 
 TEST_F(LookupTablesTest, Black) {
-  const Yuv c = lookup(0x0000);
+  const Yuv c = lookup(lookupTables(), 0x0000);
   EXPECT_EQ(c.y, 0);
   EXPECT_EQ(c.u, 128);
   EXPECT_EQ(c.v, 128);
 }
 
 TEST_F(LookupTablesTest, WhiteIsR248G252B248) {
-  const Yuv c = lookup(0xFFFF);
+  const Yuv c = lookup(lookupTables(), 0xFFFF);
   EXPECT_EQ(c.y, 250);
   EXPECT_EQ(c.u, 126);
   EXPECT_EQ(c.v, 126);
 }
 
 TEST_F(LookupTablesTest, PureRed) {
-  const Yuv c = lookup(0xF800);
+  const Yuv c = lookup(lookupTables(), 0xF800);
   EXPECT_EQ(c.y, 74);
   EXPECT_EQ(c.u, 86);
   EXPECT_EQ(c.v, 252);
@@ -52,16 +51,16 @@ TEST_F(LookupTablesTest, TablesLieInOneBlockInOrderYUV) {
 
 TEST_F(LookupTablesTest, SecondBuildKeepsTheFirstBlock) {
   const std::uint8_t* first = lookupTables().y;
-  ASSERT_TRUE(buildLookupTables());
+  ASSERT_TRUE(buildLookupTables(block));
   EXPECT_EQ(lookupTables().y, first);
 }
 
 TEST_F(LookupTablesTest, ReleaseEmptiesAndRebuildWorks) {
-  releaseLookupTables();
+  releaseLookupTables(block);
   EXPECT_EQ(lookupTables().y, nullptr);
-  releaseLookupTables();  // harmless twice
-  ASSERT_TRUE(buildLookupTables());
-  EXPECT_EQ(lookup(0xF800).y, 74);
+  releaseLookupTables(block);  // harmless twice
+  ASSERT_TRUE(buildLookupTables(block));
+  EXPECT_EQ(lookup(lookupTables(), 0xF800).y, 74);
 }
 
 // A deliberately plain second computation: each coefficient product made

@@ -8,11 +8,17 @@
 #include "pixels/pixel_test_support.h"
 #include "pixels/simd.h"
 #include "pixels/yuv_to_rgb.h"
+#include "support/library_state.h"
 
 namespace mp4lib::test {
 namespace {
 
-using pixels::transferYUV2RGB16;
+// RGB16 as the player makes it: by the method setYUV2RGBMethod chose.
+std::int32_t transferYUV2RGB16(std::uint32_t pitch, std::uint32_t /*reserved*/, std::int32_t width,
+                               std::int32_t height, const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v,
+                               std::uint8_t* rgb) {
+  return pixels::yuvToRgb16(library().rgb16Method.load(), pitch, width, height, y, u, v, rgb);
+}
 
 // Restores the default RGB16 method after each test.
 class YuvToRgb : public ::testing::Test {
@@ -176,9 +182,9 @@ TEST_F(YuvToRgb, GreyTakesTheLowByteUnclamped) {
 // Random pictures of many sizes and pitches, each plane exactly sized.
 class RandomYuvPictures : public ::testing::TestWithParam<bool> {
  protected:
-  void SetUp() override { pixels::simd::setEnabled(GetParam()); }
+  void SetUp() override { platform::allowVectorInstructionsForTesting(GetParam()); }
   void TearDown() override {
-    pixels::simd::setEnabled(true);
+    platform::allowVectorInstructionsForTesting(true);
     setYUV2RGBMethod(0);
   }
 };

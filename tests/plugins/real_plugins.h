@@ -10,6 +10,7 @@
 #include "codecs/plugin_registry.h"
 #include "support/pcm.h"
 #include "support/plugin_folder.h"
+#include "support/library_state.h"
 
 namespace mp4lib::test {
 
@@ -17,15 +18,15 @@ class RealPlugins : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
     const std::wstring beside = (libraryFolder() / mp4libFileName()).wstring();
-    codecs::discoverCodecPluginsBeside(beside.c_str());
+    codecs::discoverCodecPluginsBeside(test::plugins(), beside.c_str());
   }
   static void TearDownTestSuite() {
-    codecs::activePlugins() = codecs::ActivePlugins{};
-    codecs::unloadCodecPlugins();
-    codecs::discoverCodecPluginsBeside(nullptr);
+    test::plugins().active = codecs::ActivePlugins{};
+    codecs::unloadCodecPlugins(test::plugins());
+    codecs::discoverCodecPluginsBeside(test::plugins(), nullptr);
   }
   static CodecPlugin* plugin(std::uint32_t type) {
-    CodecPlugin* found = codecs::findCodecPluginByType(type);
+    CodecPlugin* found = codecs::findCodecPluginByType(test::plugins(), type);
     EXPECT_NE(found, nullptr) << "no plug-in of type " << type;
     return found;
   }

@@ -6,6 +6,7 @@
 
 #include "codecs/plugin_calls.h"
 #include "plugins/real_plugins.h"
+#include "support/library_state.h"
 
 namespace mp4lib::test {
 namespace {
@@ -103,15 +104,15 @@ class VideoPlugins : public RealPlugins {
     movie.decodedHeight = height;
     std::uint8_t vendor[64] = {'W', 'M', 'V', 'H'};
     ASSERT_EQ(codec->initDecode(word(vendor), word(&movie)), 1u);
-    codecs::activePlugins().videoDecoder = codec;
+    test::plugins().active.videoDecoder = codec;
     for (int f = 0; f < 12; ++f) {
       const auto& bytes = frames[static_cast<std::size_t>(f)];
       ASSERT_FALSE(bytes.empty());
-      const Mp4Word header = codecs::decodeVideoFrameHeader(bytes.data(), static_cast<std::uint32_t>(bytes.size()), 0);
+      const Mp4Word header = codecs::decodeVideoFrameHeader(test::plugins().active.videoDecoder, bytes.data(), static_cast<std::uint32_t>(bytes.size()), 0);
       EXPECT_EQ(header, static_cast<Mp4Word>(f == 0 ? MP4LIB_FRAME_KEY : MP4LIB_FRAME_INTER)) << "frame " << f;
       std::uint32_t pictureSize = 0;
       std::vector<std::uint8_t> picture(width * height * 3 / 2, 0xEE);
-      EXPECT_EQ(codecs::decodeVideoUnits(bytes.data(), static_cast<std::uint32_t>(bytes.size()), word(picture.data()),
+      EXPECT_EQ(codecs::decodeVideoUnits(test::plugins().active.videoDecoder, bytes.data(), static_cast<std::uint32_t>(bytes.size()), word(picture.data()),
                                          word(&pictureSize)),
                 1u);
       EXPECT_EQ(pictureSize, width * height * 3 / 2);
@@ -124,7 +125,7 @@ class VideoPlugins : public RealPlugins {
         EXPECT_EQ(std::memcmp(decoded.y, reconCopy.data(), reconCopy.size()), 0);
       }
     }
-    codecs::activePlugins().videoDecoder = nullptr;
+    test::plugins().active.videoDecoder = nullptr;
     codec->finalizeDecode(0);
   }
 };

@@ -3,13 +3,10 @@
 #include <cstdlib>
 #include <vector>
 
-#include "audio/wave_block_list.h"
 #include "codecs/plugin_registry.h"
-#include "frame/encoder.h"
-#include "frame/encoder_context.h"
-#include "frame/library.h"
-#include "frame/movie_context.h"
+#include "devices/wave_block_list.h"
 #include "platform/platform.h"
+#include "support/library_state.h"
 #include "support/test_plugin.h"
 
 namespace mp4lib::test {
@@ -43,26 +40,26 @@ void RecordingTest::SetUp() {
   folder.addPlugin("codectest_mp4v");
   folder.addPlugin("codectest_amr");
   folder.addPlugin("codectest_g723");
-  codecs::discoverCodecPluginsBeside(folder.moduleFileInside().c_str());
-  ASSERT_EQ(codecs::codecPluginCount(), 4);
+  codecs::discoverCodecPluginsBeside(test::plugins(), folder.moduleFileInside().c_str());
+  ASSERT_EQ(test::plugins().count, 4);
   testClockMs = 0;
   testFreeBytes = (1ull << 32) + 123456789;  // low word well above 10,000
   platform::setClockForTesting(readTestClock);
-  frame::setDiskSpaceQueryForTesting(reportFreeBytes);
+  platform::setDiskSpaceForTesting(reportFreeBytes);
 }
 
 void RecordingTest::TearDown() {
   closeEncodeFile();
   finalizeEncoder();
-  audio::clearWaveBlocks();
-  codecs::activePlugins() = codecs::ActivePlugins{};
-  frame::resetMovieContext(frame::movieContext());
-  frame::encoderContext() = EncoderContext{};
-  frame::setDecoderActive(false);
-  codecs::unloadCodecPlugins();
-  codecs::discoverCodecPluginsBeside(nullptr);
+  devices::clearWaveBlocks(test::devices().blocks);
+  test::plugins().active = codecs::ActivePlugins{};
+  container::resetRecordedMovie(test::recorder().movie);
+  test::recorder().context = EncoderContext{};
+  test::player().open.store(false);
+  codecs::unloadCodecPlugins(test::plugins());
+  codecs::discoverCodecPluginsBeside(test::plugins(), nullptr);
   platform::setClockForTesting(nullptr);
-  frame::setDiskSpaceQueryForTesting(nullptr);
+  platform::setDiskSpaceForTesting(nullptr);
 }
 
 EncoderParams RecordingTest::videoParams(std::uint32_t videoType, std::uint32_t timingMode) {
@@ -92,7 +89,7 @@ EncoderParams RecordingTest::audioParams(std::uint32_t audioType, std::uint32_t 
 }
 
 TestPluginControl* RecordingTest::control(std::uint32_t codecType) const {
-  return controlOf(codecs::findCodecPluginByType(codecType));
+  return controlOf(codecs::findCodecPluginByType(test::plugins(), codecType));
 }
 
 const std::int16_t* RecordingTest::blankFrame() {

@@ -15,6 +15,7 @@
 #include "support/alsa_file_devices.h"
 #include "support/pcm.h"
 #include "support/plugin_folder.h"
+#include "support/library_state.h"
 
 namespace mp4lib::test {
 namespace {
@@ -68,7 +69,7 @@ class LiveTool : public ::testing::Test {
 
   // Every PCM byte of the movie's audio, decoded through the library.
   Bytes decodedAudio(const std::filesystem::path& movie) {
-    codecs::discoverCodecPluginsBeside((libraryFolder() / mp4libFileName()).wstring().c_str());
+    codecs::discoverCodecPluginsBeside(test::plugins(), (libraryFolder() / mp4libFileName()).wstring().c_str());
     MovieParams* params = nullptr;
     Bytes pcm;
     if (initDecoder(movie.wstring().c_str(), &params) == 1) {
@@ -77,8 +78,8 @@ class LiveTool : public ::testing::Test {
       pcm = decodedTrackSound(samples, MP4LIB_AUDIO_DECODE_MIN_OUTPUT);
       finalizeDecoder();
     }
-    codecs::unloadCodecPlugins();
-    codecs::discoverCodecPluginsBeside(nullptr);
+    codecs::unloadCodecPlugins(test::plugins());
+    codecs::discoverCodecPluginsBeside(test::plugins(), nullptr);
     return pcm;
   }
 

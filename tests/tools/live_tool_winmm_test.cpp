@@ -21,7 +21,9 @@ class LiveToolWinmm : public ::testing::Test {
   void SetUp() override {
     folder.addPlugin("codectest_amr", "codecamr.dll");
     folder.addPlugin("codectest_h263", "codech263.dll");
+    // The tool runs on the library beside it, which finds the plug-ins there.
     std::filesystem::copy_file(libraryFolder() / "mp4lib.exe", folder.path() / "mp4lib.exe");
+    folder.addLibrary();
   }
 
   // Runs the tool in the folder; its exit code, and what it printed in *said.

@@ -35,7 +35,7 @@ std::vector<std::wstring> findFiles(const std::wstring& folder, const std::wstri
   return names;
 }
 
-bool diskSpace(std::uint64_t* freeToCaller, std::uint64_t* total) {
+bool systemDiskSpace(std::uint64_t* freeToCaller, std::uint64_t* total) {
   struct statvfs info {};
   if (statvfs(".", &info) != 0) return false;
   const std::uint64_t unit = info.f_frsize != 0 ? info.f_frsize : info.f_bsize;

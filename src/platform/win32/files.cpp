@@ -29,7 +29,7 @@ std::vector<std::wstring> findFiles(const std::wstring& folder, const std::wstri
   return names;
 }
 
-bool diskSpace(std::uint64_t* freeToCaller, std::uint64_t* total) {
+bool systemDiskSpace(std::uint64_t* freeToCaller, std::uint64_t* total) {
   ULARGE_INTEGER available, capacity;
   if (!GetDiskFreeSpaceExW(nullptr, &available, &capacity, nullptr)) return false;
   *freeToCaller = available.QuadPart;

@@ -1,0 +1,34 @@
+// Recording: the encoder context, the file header and closing the file.
+#include "api/library_state.h"
+#include "mp4lib.h"
+#include "recording/encoder_setup.h"
+#include "recording/file_close.h"
+#include "recording/file_header.h"
+
+using namespace mp4lib;
+
+extern "C" MP4LIB_API Mp4Word initEncoder(EncoderParams* params, EncoderContext** context) {
+  api::LibraryState& state = api::libraryState();
+  recording::Recorder& recorder = state.recorder;
+  if (state.player.open.load() || recorder.active.load() || params == nullptr || context == nullptr) return 0;
+  const Mp4Word result = recording::startEncoder(recorder, state.plugins, *params);
+  if (recorder.active.load()) *context = &recorder.context;
+  return result;
+}
+
+extern "C" MP4LIB_API int32_t createEncodeFile(const wchar_t* path) {
+  return recording::createFile(api::libraryState().recorder, path);
+}
+
+extern "C" MP4LIB_API int32_t getEncodeFilePos(void) { return recording::filePosition(api::libraryState().recorder); }
+
+extern "C" MP4LIB_API void finalizeEncoder(void) {
+  api::LibraryState& state = api::libraryState();
+  recording::finishEncoder(state.recorder, state.plugins);
+}
+
+extern "C" MP4LIB_API int32_t writeVideoFileHeader(uint32_t value, uint8_t rewrite) {
+  return recording::writeFileHeader(api::libraryState().recorder, value, rewrite != 0);
+}
+
+extern "C" MP4LIB_API int32_t closeEncodeFile(void) { return recording::closeFile(api::libraryState().recorder); }
