@@ -1,8 +1,9 @@
 #include "container/byte_reader.h"
 
 #include <climits>
-#include <cstdlib>
 #include <cstring>
+
+#include "platform/memory.h"
 
 namespace mp4lib::container {
 
@@ -70,7 +71,7 @@ std::int64_t streamLength(InputFile& file) {
 
 bool openInput(InputFile& file, std::FILE* stream) {
   file = InputFile{};
-  file.window = static_cast<std::uint8_t*>(std::malloc(kReadWindowBytes));
+  file.window = static_cast<std::uint8_t*>(platform::allocate(kReadWindowBytes));
   if (file.window == nullptr) return false;
   file.stream = stream;
   file.streamPosition = -1;
@@ -79,7 +80,7 @@ bool openInput(InputFile& file, std::FILE* stream) {
 
 void closeInput(InputFile& file) {
   if (file.stream != nullptr) std::fclose(file.stream);
-  std::free(file.window);
+  platform::release(file.window);
   file = InputFile{};
 }
 

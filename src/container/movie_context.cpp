@@ -1,19 +1,20 @@
 #include "container/movie_context.h"
 
-#include <cstdlib>
 #include <cstring>
+
+#include "platform/memory.h"
 
 namespace mp4lib::container {
 
 namespace {
 
 void freeTrack(TrackRecord& track) {
-  if (track.codec != nullptr) std::free(track.codec->extraData);
-  std::free(track.codec);
-  std::free(track.samples);
-  std::free(track.stscRuns);
-  std::free(track.timeRuns);
-  std::free(track.chunkOffsets);
+  if (track.codec != nullptr) platform::release(track.codec->extraData);
+  platform::release(track.codec);
+  platform::release(track.samples);
+  platform::release(track.stscRuns);
+  platform::release(track.timeRuns);
+  platform::release(track.chunkOffsets);
   std::memset(&track, 0, sizeof track);
 }
 

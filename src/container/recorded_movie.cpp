@@ -1,17 +1,18 @@
 #include "container/recorded_movie.h"
 
-#include <cstdlib>
 #include <cstring>
+
+#include "platform/memory.h"
 
 namespace mp4lib::container {
 
 void freeRecordedTracks(RecordedMovie& movie) {
   for (RecordedTrack& track : movie.tracks) {
-    if (track.codec != nullptr) std::free(track.codec->extraData);
-    std::free(track.codec);
-    std::free(track.samples);
-    std::free(track.stts);
-    std::free(track.dsi);
+    if (track.codec != nullptr) platform::release(track.codec->extraData);
+    platform::release(track.codec);
+    platform::release(track.samples);
+    platform::release(track.stts);
+    platform::release(track.dsi);
     std::memset(&track, 0, sizeof track);
   }
   movie.trackCount = 0;

@@ -1,7 +1,8 @@
 #include "container/recorded_tables.h"
 
-#include <cstdlib>
 #include <cstring>
+
+#include "platform/memory.h"
 
 namespace mp4lib::container {
 
@@ -16,7 +17,7 @@ bool growTable(Entry*& table, std::int32_t& capacity, std::int64_t needed, std::
   std::int64_t grown = capacity > 0 ? capacity : 0;
   while (grown < needed) grown += step;
   if (grown > kMaxTableEntries) grown = kMaxTableEntries;
-  auto* larger = static_cast<Entry*>(std::realloc(table, static_cast<std::size_t>(grown) * sizeof(Entry)));
+  auto* larger = static_cast<Entry*>(platform::reallocate(table, static_cast<std::size_t>(grown) * sizeof(Entry)));
   if (larger == nullptr) return false;
   const std::int64_t old = table != nullptr && capacity > 0 ? capacity : 0;
   std::memset(larger + old, 0, static_cast<std::size_t>(grown - old) * sizeof(Entry));

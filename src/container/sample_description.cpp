@@ -2,12 +2,12 @@
 // inside its entries: "esds" (MPEG-4 decoder configuration) and "SMI "
 // (SVQ3 extension).
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include "container/box_handlers.h"
 #include "container/box_table.h"
 #include "container/codec_table.h"
+#include "platform/memory.h"
 
 namespace mp4lib::container {
 
@@ -172,8 +172,8 @@ std::int32_t readElementaryStreamDescriptor(ParseContext& context, std::uint32_t
       const std::int64_t position = tellInput(in);
       if (length > 0 && length <= bytesAvailable(context, position, end)) {
         CodecDescriptor& codec = *track->codec;
-        std::free(codec.extraData);
-        codec.extraData = static_cast<std::uint8_t*>(std::malloc(length));
+        platform::release(codec.extraData);
+        codec.extraData = static_cast<std::uint8_t*>(platform::allocate(length));
         codec.extraDataSize = codec.extraData != nullptr ? length : 0;
         if (codec.extraData != nullptr) readBlock(in, codec.extraData, length);
       }
@@ -192,9 +192,9 @@ std::int32_t readSvq3Extension(ParseContext& context, std::uint32_t type, std::i
     return skipPayload(context, type, offset, size);
   }
   CodecDescriptor& codec = *track->codec;
-  std::free(codec.extraData);
+  platform::release(codec.extraData);
   codec.extraDataSize = 0;
-  codec.extraData = static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(size + kHeaderRoom), 1));
+  codec.extraData = static_cast<std::uint8_t*>(platform::allocateZeroed(static_cast<std::size_t>(size + kHeaderRoom), 1));
   if (codec.extraData == nullptr) return skipPayload(context, type, offset, size);
   codec.extraDataSize = static_cast<std::uint32_t>(size + kHeaderRoom);
   std::memcpy(codec.extraData, "SVQ3", 4);

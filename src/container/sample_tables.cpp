@@ -2,10 +2,10 @@
 #include "container/sample_tables.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 #include "container/box_handlers.h"
 #include "container/box_table.h"
+#include "platform/memory.h"
 
 namespace mp4lib::container {
 
@@ -25,7 +25,7 @@ std::int32_t entryLimit(const TrackRecord& track) {
 }
 
 SampleEntry* allocateEntries(std::int32_t count) {
-  return static_cast<SampleEntry*>(std::calloc(static_cast<std::size_t>(std::max(count, 1)), sizeof(SampleEntry)));
+  return static_cast<SampleEntry*>(platform::allocateZeroed(static_cast<std::size_t>(std::max(count, 1)), sizeof(SampleEntry)));
 }
 
 // Chunks [first, last] (1-based, inclusive) of a run, cut to the chunks
@@ -109,7 +109,7 @@ void placeChunkPerSample(TrackRecord& track) {
 }
 
 void dropChunkOffsets(TrackRecord& track) {
-  std::free(track.chunkOffsets);
+  platform::release(track.chunkOffsets);
   track.chunkOffsets = nullptr;
 }
 
@@ -163,9 +163,9 @@ std::int32_t readDecodingTimes(ParseContext& context, std::uint32_t, std::int64_
   const auto count = static_cast<std::int32_t>(readBE32(in));
   // A count the box cannot hold leaves the track without a time table.
   if (count < 1 || std::int64_t{count} * 8 > tableRoom(context, offset, size, 4)) return 0;
-  auto* runs = static_cast<TimeRun*>(std::malloc(static_cast<std::size_t>(count) * sizeof(TimeRun)));
+  auto* runs = static_cast<TimeRun*>(platform::allocate(static_cast<std::size_t>(count) * sizeof(TimeRun)));
   if (runs == nullptr) return 0;
-  std::free(track->timeRuns);
+  platform::release(track->timeRuns);
   track->timeRuns = runs;
   track->timeRunCount = count;
   std::uint32_t time = 0;    // media units before the run
@@ -188,9 +188,9 @@ std::int32_t readSampleToChunk(ParseContext& context, std::uint32_t, std::int64_
   const auto count = static_cast<std::int32_t>(readBE32(in));
   if (count < 1 || std::int64_t{count} * 12 > tableRoom(context, offset, size, 4)) return 0;
   auto* runs = static_cast<SampleToChunkRun*>(
-      std::malloc(static_cast<std::size_t>(count) * sizeof(SampleToChunkRun)));
+      platform::allocate(static_cast<std::size_t>(count) * sizeof(SampleToChunkRun)));
   if (runs == nullptr) return 0;
-  std::free(track->stscRuns);
+  platform::release(track->stscRuns);
   track->stscRuns = runs;
   track->stscRunCount = count;
   for (std::int32_t i = 0; i < count; ++i) {
@@ -225,7 +225,7 @@ std::int32_t readChunkOffsets(ParseContext& context, std::uint32_t type, std::in
   }
   if (type != fourcc("stco")) return -1;
   track->chunkOffsets =
-      static_cast<std::uint32_t*>(std::malloc(static_cast<std::size_t>(std::max(count, 1)) * sizeof(std::uint32_t)));
+      static_cast<std::uint32_t*>(platform::allocate(static_cast<std::size_t>(std::max(count, 1)) * sizeof(std::uint32_t)));
   if (track->chunkOffsets == nullptr) return -1;
   track->chunkCount = count;
   for (std::int32_t i = 0; i < count; ++i) track->chunkOffsets[i] = readBE32(in);

@@ -1,8 +1,8 @@
 // Handlers of the track-level boxes: "trak", "tkhd", "mdhd" and "hdlr".
-#include <cstdlib>
 
 #include "container/box_handlers.h"
 #include "container/box_table.h"
+#include "platform/memory.h"
 
 namespace mp4lib::container {
 
@@ -21,7 +21,7 @@ std::int32_t readTrack(ParseContext& context, std::uint32_t type, std::int64_t o
   // The movie record holds five tracks; any further "trak" is passed over whole.
   if (movie.trackCount >= kMaxTracks) return skipPayload(context, type, offset, size);
   TrackRecord& track = movie.tracks[movie.trackCount++];
-  if (track.codec == nullptr) track.codec = static_cast<CodecDescriptor*>(std::calloc(1, sizeof(CodecDescriptor)));
+  if (track.codec == nullptr) track.codec = static_cast<CodecDescriptor*>(platform::allocateZeroed(1, sizeof(CodecDescriptor)));
   if (track.codec != nullptr) track.codec->kind = MP4LIB_KIND_PENDING;
   return parseChildren(context, type, offset, size);
 }

@@ -1,6 +1,6 @@
 #include "devices/wave_block_list.h"
 
-#include <cstdlib>
+#include "platform/memory.h"
 
 namespace mp4lib::devices {
 
@@ -15,12 +15,12 @@ WaveBlock* takeWaveBlockHead(WaveBlockList& list) {
 }
 
 WaveBlock* newWaveBlock(std::uint32_t size) {
-  auto* block = static_cast<WaveBlock*>(std::calloc(1, sizeof(WaveBlock)));
+  auto* block = static_cast<WaveBlock*>(platform::allocateZeroed(1, sizeof(WaveBlock)));
   if (block == nullptr) return nullptr;
   // A zero-byte block still gets a data area, so its pointer is never null.
-  block->header.data = static_cast<std::uint8_t*>(std::calloc(size > 0 ? size : 1, 1));
+  block->header.data = static_cast<std::uint8_t*>(platform::allocateZeroed(size > 0 ? size : 1, 1));
   if (block->header.data == nullptr) {
-    std::free(block);
+    platform::release(block);
     return nullptr;
   }
   block->header.bufferLength = size;
@@ -29,8 +29,8 @@ WaveBlock* newWaveBlock(std::uint32_t size) {
 
 void freeWaveBlock(WaveBlock* block) {
   if (block == nullptr) return;
-  std::free(block->header.data);
-  std::free(block);
+  platform::release(block->header.data);
+  platform::release(block);
 }
 
 void appendWaveBlock(WaveBlockList& list, WaveBlock* block) {

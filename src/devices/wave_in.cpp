@@ -1,9 +1,9 @@
 #include "devices/wave_in.h"
 
-#include <cstdlib>
 #include <cstring>
 
 #include "devices/wave_format.h"
+#include "platform/memory.h"
 
 namespace mp4lib::devices {
 
@@ -18,7 +18,7 @@ bool isCaptureHeader(const CaptureDevice& capture, const WaveHeader* header) {
 
 void freeCaptureBuffers(CaptureDevice& capture) {
   for (WaveHeader& header : capture.headers) {
-    std::free(header.data);
+    platform::release(header.data);
     header = WaveHeader{};
   }
   capture.buffersHeld = false;
@@ -36,7 +36,7 @@ void queueCaptureBuffer(platform::WaveDevices& system, CaptureDevice& capture, W
                         std::uint32_t bytes) {
   header = WaveHeader{};
   // A zero-byte block still gets a data area, so its pointer is never null.
-  header.data = static_cast<std::uint8_t*>(std::calloc(bytes > 0 ? bytes : 1, 1));
+  header.data = static_cast<std::uint8_t*>(platform::allocateZeroed(bytes > 0 ? bytes : 1, 1));
   header.bufferLength = header.data != nullptr ? bytes : 0;
   system.waveInPrepareHeader(capture.handle, &header, platform::kWaveHeaderSize);
   system.waveInAddBuffer(capture.handle, &header, platform::kWaveHeaderSize);

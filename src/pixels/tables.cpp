@@ -1,6 +1,6 @@
 #include "pixels/tables.h"
 
-#include <cstdlib>
+#include "platform/memory.h"
 
 namespace mp4lib::pixels {
 
@@ -57,14 +57,14 @@ const CoefficientTables& coefficientTables() { return kCoefficientTables; }
 
 bool buildLookupTables(LookupTableBlock& block) {
   if (block.bytes.load() != nullptr) return true;
-  auto* bytes = static_cast<std::uint8_t*>(std::malloc(3 * kLookupTableBytes));
+  auto* bytes = static_cast<std::uint8_t*>(platform::allocate(3 * kLookupTableBytes));
   if (bytes == nullptr) return false;
   fillLookup(bytes, bytes + kLookupTableBytes, bytes + 2 * kLookupTableBytes, kCoefficientTables);
   block.bytes.store(bytes);
   return true;
 }
 
-void releaseLookupTables(LookupTableBlock& block) { std::free(block.bytes.exchange(nullptr)); }
+void releaseLookupTables(LookupTableBlock& block) { platform::release(block.bytes.exchange(nullptr)); }
 
 LookupTables lookupTables(const LookupTableBlock& block) {
   const std::uint8_t* bytes = block.bytes.load();

@@ -1,6 +1,5 @@
 #include "playback/decoder_setup.h"
 
-#include <cstdlib>
 #include <cstring>
 
 #include "codecs/audio_plugin.h"
@@ -9,6 +8,7 @@
 #include "container/box_parser.h"
 #include "container/box_types.h"
 #include "container/numeric.h"
+#include "platform/memory.h"
 
 namespace mp4lib::playback {
 
@@ -140,7 +140,7 @@ bool allocateRgbBuffer(MovieParams& params) {
   std::size_t pixels = std::size_t{params.width} * params.height;
   const std::size_t decoded = std::size_t{params.decodedWidth} * params.decodedHeight;
   if (decoded > pixels) pixels = decoded;
-  params.rgbBuffer = static_cast<std::uint8_t*>(std::malloc(pixels * 3 + 1));
+  params.rgbBuffer = static_cast<std::uint8_t*>(platform::allocate(pixels * 3 + 1));
   return params.rgbBuffer != nullptr;
 }
 

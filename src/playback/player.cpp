@@ -1,7 +1,8 @@
 #include "playback/player.h"
 
 #include <cstdio>
-#include <cstdlib>
+
+#include "platform/memory.h"
 
 namespace mp4lib::playback {
 
@@ -53,7 +54,7 @@ bool entryInsideFile(const Player& player, const SampleEntry& entry) {
 bool readEntry(Player& player, const SampleEntry& entry, std::uint8_t** buffer, std::uint32_t* capacity) {
   if (!entryInsideFile(player, entry) || entry.size == 0) return false;
   if (*capacity < entry.size) {
-    auto* grown = static_cast<std::uint8_t*>(std::realloc(*buffer, entry.size));
+    auto* grown = static_cast<std::uint8_t*>(platform::reallocate(*buffer, entry.size));
     if (grown == nullptr) return false;
     *buffer = grown;
     *capacity = entry.size;
@@ -68,10 +69,10 @@ void releasePlayer(Player& player) {
   container::freeTrackRecords(player.movie);
   MovieParams& params = player.params;
   params.inputFile = nullptr;
-  std::free(params.rgbBuffer);
+  platform::release(params.rgbBuffer);
   params.rgbBuffer = nullptr;
-  std::free(player.sampleBuffer);
-  std::free(player.scratchBuffer);
+  platform::release(player.sampleBuffer);
+  platform::release(player.scratchBuffer);
   player.sampleBuffer = nullptr;
   player.scratchBuffer = nullptr;
   player.sampleCapacity = 0;

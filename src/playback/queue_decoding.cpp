@@ -1,11 +1,11 @@
 #include "playback/queue_decoding.h"
 
 #include <cstdio>
-#include <cstdlib>
 
 #include "codecs/plugin_calls.h"
 #include "container/numeric.h"
 #include "container/sample_tables.h"
+#include "platform/memory.h"
 
 namespace mp4lib::playback {
 
@@ -29,7 +29,7 @@ bool readOneSample(Playback& playback, const container::TrackRecord* track, bool
   Player& player = playback.player;
   const SampleEntry& entry = track->samples[*next];
   const std::uint32_t size = bytesInFile(player, entry);
-  auto* data = static_cast<std::uint8_t*>(std::calloc(size > 0 ? size : 1, 1));
+  auto* data = static_cast<std::uint8_t*>(platform::allocateZeroed(size > 0 ? size : 1, 1));
   if (data == nullptr) return false;
   if (size > 0) {
     platform::Lock lock(playback.readLock);
@@ -101,7 +101,7 @@ Mp4Word decodeQueuedAudio(Playback& playback, std::uint8_t* pcm, std::uint32_t* 
   if (!takeSample(queues.audio, &sample)) return 0;
   const Mp4Word result =
       codecs::decodeAudioUnit(playback.plugins.active.audioDecoder, sample.data, sample.size, pcm, pcmLength, nullptr);
-  std::free(sample.data);
+  platform::release(sample.data);
   return result;
 }
 
@@ -116,7 +116,7 @@ Mp4Word decodeQueuedVideo(Playback& playback, std::uint8_t* picture, std::uint32
   const Mp4Word result =
       codecs::decodeVideoUnits(playback.plugins.active.videoDecoder, sample.data, sample.size,
                                reinterpret_cast<Mp4Word>(picture), reinterpret_cast<Mp4Word>(&pictureBytes));
-  std::free(sample.data);
+  platform::release(sample.data);
 
   const container::TrackRecord* track = videoTrack(player);
   if (track == nullptr) return result;

@@ -1,6 +1,6 @@
 #include "playback/sample_queues.h"
 
-#include <cstdlib>
+#include "platform/memory.h"
 
 namespace mp4lib::playback {
 
@@ -9,7 +9,7 @@ namespace {
 void emptyRing(SampleRing& ring) {
   for (int i = 0; i < ring.count; ++i) {
     QueuedSample& slot = ring.slots[(ring.head + i) % ring.capacity];
-    std::free(slot.data);
+    platform::release(slot.data);
     slot = QueuedSample{};
   }
   ring.head = 0;

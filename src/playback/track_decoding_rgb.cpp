@@ -3,7 +3,7 @@
 // or at a size the caller gives.
 #include "playback/track_decoding_rgb.h"
 
-#include <cstdlib>
+#include "platform/memory.h"
 
 namespace mp4lib::playback {
 
@@ -56,7 +56,7 @@ std::int32_t decodeAtTargetSize(Playback& playback, std::int32_t entry, RgbForma
   DecodedPlanes planes;
   if (!decodeForRgb(playback, entry, timeMs, durationMs, &planes)) return 0;
   const MovieParams& params = playback.player.params;
-  auto* temporary = static_cast<std::uint8_t*>(std::malloc(std::size_t{params.decodedLumaSize} * 3 + 1));
+  auto* temporary = static_cast<std::uint8_t*>(platform::allocate(std::size_t{params.decodedLumaSize} * 3 + 1));
   if (temporary == nullptr) return 0;
   const auto decodedWidth = static_cast<std::int32_t>(params.decodedWidth);
   const auto decodedHeight = static_cast<std::int32_t>(params.decodedHeight);
@@ -68,7 +68,7 @@ std::int32_t decodeAtTargetSize(Playback& playback, std::int32_t entry, RgbForma
   }
   putSize(size, static_cast<std::uint32_t>(targetWidth) * static_cast<std::uint32_t>(targetHeight) *
                     rgbPixelBytes(format));
-  std::free(temporary);
+  platform::release(temporary);
   return 1;
 }
 

@@ -1,7 +1,6 @@
 #include "recording/encoder_setup.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include "codecs/audio_plugin.h"
@@ -9,6 +8,7 @@
 #include "codecs/plugin_result.h"
 #include "container/numeric.h"
 #include "container/recorded_tables.h"
+#include "platform/memory.h"
 #include "platform/platform.h"
 
 namespace mp4lib::recording {
@@ -73,7 +73,7 @@ bool allocateFrameBuffer(EncoderContext& context) {
   const std::uint64_t samples = luma * 3 / 2;
   if (samples == 0) return true;
   if (samples > UINT32_MAX || samples > SIZE_MAX / sizeof(std::int16_t)) return false;
-  auto* buffer = static_cast<std::int16_t*>(std::calloc(static_cast<std::size_t>(samples), sizeof(std::int16_t)));
+  auto* buffer = static_cast<std::int16_t*>(platform::allocateZeroed(static_cast<std::size_t>(samples), sizeof(std::int16_t)));
   if (buffer == nullptr) return false;
   context.frameSampleCount = static_cast<std::uint32_t>(samples);
   context.frameBuffer = buffer;
@@ -84,7 +84,7 @@ bool allocateFrameBuffer(EncoderContext& context) {
 }
 
 void releaseFrameBuffer(EncoderContext& context) {
-  std::free(context.frameBuffer);
+  platform::release(context.frameBuffer);
   context.frameBuffer = nullptr;
   context.planeY = nullptr;
   context.planeU = nullptr;
@@ -101,7 +101,7 @@ bool enoughDiskSpace(EncoderContext& context) {
 }
 
 CodecDescriptor* newDescriptor(const char* name, std::int32_t kind, const CodecPlugin* plugin) {
-  auto* codec = static_cast<CodecDescriptor*>(std::calloc(1, sizeof(CodecDescriptor)));
+  auto* codec = static_cast<CodecDescriptor*>(platform::allocateZeroed(1, sizeof(CodecDescriptor)));
   if (codec == nullptr) return nullptr;
   std::strncpy(codec->compressorName, name, sizeof codec->compressorName - 1);
   codec->kind = kind;

@@ -1,3 +1,4 @@
+#include "platform/memory.h"
 #include "platform/platform.h"
 
 #include <gtest/gtest.h>
@@ -113,6 +114,34 @@ TEST(PlatformModules, MissingLibraryDoesNotLoad) {
 TEST(PlatformModules, ModuleFileNameNeedsRoom) {
   wchar_t name[4];
   EXPECT_EQ(moduleFileName(name, 4), 0u);
+}
+
+}  // namespace
+}  // namespace mp4lib::platform
+
+namespace mp4lib::platform {
+namespace {
+
+TEST(Memory, TheAllocationAskedForFailsAndNoOther) {
+  failAllocationForTesting(2);
+  void* first = allocate(16);
+  void* second = allocateZeroed(4, 4);
+  void* third = allocate(16);
+  failAllocationForTesting(0);
+  EXPECT_NE(first, nullptr);
+  EXPECT_EQ(second, nullptr);
+  EXPECT_NE(third, nullptr);
+  void* grown = reallocate(first, 64);
+  EXPECT_NE(grown, nullptr);
+  release(grown);
+  release(third);
+}
+
+TEST(Memory, CountsEveryAllocation) {
+  const std::uint64_t before = allocationCount();
+  release(allocate(1));
+  release(reallocate(nullptr, 1));
+  EXPECT_EQ(allocationCount(), before + 2);
 }
 
 }  // namespace
