@@ -4,12 +4,15 @@
 #   tsan     x86-64 with ThreadSanitizer
 #   arm      32-bit ARM, cross-compiled, run under qemu-arm
 #   windows  64-bit Windows DLLs, cross-compiled with mingw-w64, run under wine
+#   install  the install tree and the Debian package, with the examples built
+#            against each (find_package and pkg-config) and run
 # Usage: scripts/test-all.sh [leg ...]   (default: all legs)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 PACKAGES="cmake make g++ pkg-config libasound2-dev libgtest-dev libbenchmark-dev ffmpeg libavcodec-dev libopencore-amrnb-dev
-          g++-arm-linux-gnueabihf qemu-user mingw-w64 wine wine64 pulseaudio pulseaudio-utils libasound2-plugins"
+          g++-arm-linux-gnueabihf qemu-user mingw-w64 wine wine64 pulseaudio pulseaudio-utils libasound2-plugins
+          dpkg-dev"
 
 install_packages() {
   if [ "$(id -u)" != 0 ]; then
@@ -71,12 +74,73 @@ leg_windows() {
   export WINEPREFIX=${WINEPREFIX:-$PWD/build-windows.wineprefix}
   mkdir -p build-windows
   run_leg windows build-windows -DCMAKE_BUILD_TYPE=Release -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-w64.cmake
+  echo "=== windows: install tree ==="
+  rm -rf build-windows/prefix
+  cmake --install build-windows --prefix build-windows/prefix >/dev/null
+  for file in bin/mp4lib.dll bin/mp4lib.exe lib/libmp4lib.dll.a include/mp4lib.h include/mp4lib_plugin.h \
+              lib/cmake/mp4lib/mp4libConfig.cmake lib/pkgconfig/mp4lib.pc; do
+    [ -f "build-windows/prefix/$file" ] || { echo "the Windows install tree has no $file"; return 1; }
+  done
+}
+
+# Builds the two examples against an installed mp4lib in `prefix`, through
+# its CMake package and through pkg-config, and runs each pair: record a
+# movie, then play it to a picture and a sound file.
+check_examples() {
+  local prefix=$1 work=$2
+  rm -rf "$work" && mkdir -p "$work"
+  cmake -S examples -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$work/configure.log" 2>&1 ||
+    { cat "$work/configure.log"; return 1; }
+  cmake --build "$work/cmake" -j"$JOBS" >/dev/null
+  local flags
+  flags=$(PKG_CONFIG_PATH="$prefix/lib/pkgconfig:$prefix/lib/$(gcc -print-multiarch)/pkgconfig" \
+          pkg-config --cflags --libs mp4lib)
+  mkdir -p "$work/pkg-config"
+  # shellcheck disable=SC2086
+  cc -std=c99 -o "$work/pkg-config/record" examples/record.c $flags -lm
+  # shellcheck disable=SC2086
+  cc -std=c99 -o "$work/pkg-config/play" examples/play.c $flags
+  local way
+  for way in cmake pkg-config; do
+    LD_LIBRARY_PATH="$prefix/lib:$prefix/lib/$(gcc -print-multiarch)" "$work/$way/record" "$work/$way.3gp"
+    LD_LIBRARY_PATH="$prefix/lib:$prefix/lib/$(gcc -print-multiarch)" "$work/$way/play" "$work/$way.3gp" "$work/$way-out"
+    [ -s "$work/$way-out.ppm" ] && [ -s "$work/$way-out.wav" ] || { echo "examples ($way): nothing played"; return 1; }
+  done
+}
+
+leg_install() {
+  local start=$SECONDS
+  echo "=== install: build ==="
+  cmake -S . -B build-install -DCMAKE_BUILD_TYPE=Release -DMP4LIB_TESTS=OFF -DMP4LIB_WARNINGS_AS_ERRORS=ON \
+    -DCMAKE_INSTALL_PREFIX=/usr >build-install.configure.log 2>&1 || { cat build-install.configure.log; return 1; }
+  cmake --build build-install -j"$JOBS" >/dev/null
+  echo "=== install: cmake --install into a folder ==="
+  rm -rf build-install/prefix
+  cmake --install build-install --prefix "$PWD/build-install/prefix" >/dev/null
+  check_examples "$PWD/build-install/prefix" build-install/examples-prefix
+  "$PWD/build-install/prefix/bin/mp4lib" plugins
+  if [ "$(id -u)" != 0 ]; then
+    echo "not root: the Debian package is built but not installed"
+    (cd build-install && cpack -G DEB >/dev/null)
+    SUMMARY+=("install: passed in $((SECONDS - start)) s (package not installed)")
+    return
+  fi
+  echo "=== install: the Debian package ==="
+  (cd build-install && cpack -G DEB >/dev/null)
+  local package
+  package=$(ls build-install/mp4lib_*.deb)
+  dpkg-deb --info "$package" | grep -E "Package|Version|Depends"
+  DEBIAN_FRONTEND=noninteractive apt-get install -y -q "./$package" >/dev/null
+  (cd build-install && mp4lib record --seconds 2 package.3gp && mp4lib play --out package-frames package.3gp)
+  check_examples /usr build-install/examples-package
+  DEBIAN_FRONTEND=noninteractive apt-get remove -y -q mp4lib >/dev/null
+  SUMMARY+=("install: passed in $((SECONDS - start)) s")
 }
 
 install_packages
 start_sound_server
 LEGS=("$@")
-[ ${#LEGS[@]} -gt 0 ] || LEGS=(native tsan arm windows)
+[ ${#LEGS[@]} -gt 0 ] || LEGS=(native tsan arm windows install)
 for leg in "${LEGS[@]}"; do
   "leg_$leg"
 done

@@ -1,5 +1,7 @@
 #include <dlfcn.h>
+#include <stdlib.h>
 
+#include <cstdlib>
 #include <cwchar>
 
 #include "platform/platform.h"
@@ -43,10 +45,14 @@ bool isLibraryLoaded(const wchar_t* path) {
 
 std::size_t moduleFileName(wchar_t* buffer, std::size_t capacity) {
   // No entry routine hands us a module handle here: ask the loader which
-  // object holds this very function.
+  // object holds this very function. The loader may have reached it through
+  // a symbolic link (libmp4lib.so.0 in the system's library folder); the
+  // module is the file the link leads to, and its plug-ins lie beside that.
   Dl_info info{};
   if (dladdr(reinterpret_cast<void*>(&moduleFileName), &info) == 0 || info.dli_fname == nullptr) return 0;
-  const std::wstring path = posix::fromUtf8(info.dli_fname);
+  char* resolved = realpath(info.dli_fname, nullptr);
+  const std::wstring path = posix::fromUtf8(resolved != nullptr ? resolved : info.dli_fname);
+  std::free(resolved);
   if (path.empty() || path.size() + 1 > capacity) return 0;
   std::wmemcpy(buffer, path.c_str(), path.size() + 1);
   return path.size();
