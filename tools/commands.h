@@ -36,8 +36,17 @@ struct PlayOptions {
   bool progress = false;  // the progress line on standard error
 };
 
+struct ThumbsOptions {
+  std::string input;
+  std::string output;  // empty: the input's name with "-thumbs.png" for its extension
+  std::uint32_t columns = 4;
+  std::uint32_t count = 12;
+  std::uint32_t width = 160;  // of one frame, pixels; the height keeps the movie's proportions
+};
+
 int record(const RecordOptions& options);
 int play(const PlayOptions& options);
+int thumbs(const ThumbsOptions& options);
 int listPlugins();
 
 }  // namespace mp4lib::tool

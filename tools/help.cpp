@@ -23,6 +23,7 @@ constexpr const char* kOverview =
     "  mp4lib record     record a movie from the test picture and tone, from files, or live from the\n"
     "                    default input device\n"
     "  mp4lib play       decode a movie to one PNG per frame and audio.wav, or play its sound\n"
+    "  mp4lib thumbs     make a contact sheet: frames at even times in a grid, with their times, as one PNG\n"
     "  mp4lib plugins    list the codec plug-ins found beside the library\n"
     "\n"
     "mp4lib COMMAND --help tells a command's options.\n"
@@ -55,6 +56,18 @@ constexpr const char* kPlayHelp =
     "  --every N                write only every Nth frame, N from 1 to 1000000 (1)\n"
     "  --device                 play the sound through the default output device instead, in real time\n";
 
+constexpr const char* kThumbsHelp =
+    "usage: mp4lib thumbs [OPTIONS] IN\n"
+    "\n"
+    "Makes a contact sheet of the movie IN: COUNT frames taken at the middles of COUNT equal parts of\n"
+    "the movie, scaled to WIDTH pixels wide (the height keeps the movie's proportions), in rows of\n"
+    "COLUMNS with 4 pixels between them; each frame carries its time (mm:ss.t) in its lower left corner.\n"
+    "\n"
+    "  --out SHEET              the PNG file to write (IN's name with -thumbs.png for its extension)\n"
+    "  --columns COLUMNS        frames per row, 1 to 64 (4); never more than COUNT\n"
+    "  --count COUNT            frames on the sheet, 1 to 1000 (12)\n"
+    "  --width WIDTH            width of each frame in pixels, 16 to 4096 (160)\n";
+
 constexpr const char* kPluginsHelp =
     "usage: mp4lib plugins\n"
     "\n"
@@ -64,6 +77,7 @@ constexpr const char* kPluginsHelp =
 const char* commandHelp(const std::string& command) {
   if (command == "record") return kRecordHelp;
   if (command == "play") return kPlayHelp;
+  if (command == "thumbs") return kThumbsHelp;
   if (command == "plugins") return kPluginsHelp;
   return nullptr;
 }

@@ -6,7 +6,7 @@
 
 namespace mp4lib::tool {
 
-// True for the commands the tool has (record, play, plugins).
+// True for the commands the tool has (record, play, thumbs, plugins).
 bool isCommand(const std::string& word);
 
 // The overview of all commands.

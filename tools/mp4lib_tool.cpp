@@ -1,5 +1,5 @@
-// mp4lib command-line tool: records movies and plays them back through the
-// library's exported functions. The command line
+// mp4lib command-line tool: records movies, plays them back and makes
+// contact sheets through the library's exported functions. The command line
 // is read in full before the library starts, so a usage error touches no
 // file and loads no plug-in.
 #include <cstdio>
@@ -86,6 +86,30 @@ int parsePlay(Arguments& arguments, PlayOptions* options, CommonOptions* common)
   return kDone;
 }
 
+int parseThumbs(Arguments& arguments, ThumbsOptions* options, CommonOptions* common) {
+  bool haveInput = false;
+  while (arguments.next()) {
+    const std::string& word = arguments.word();
+    bool ok = true;
+    if (!arguments.isOption()) {
+      ok = arguments.file(&options->input, &haveInput);
+    } else if (arguments.commonOption(common)) {
+    } else if (word == "--out") {
+      ok = arguments.text(&options->output);
+    } else if (word == "--columns") {
+      ok = arguments.wholeNumber(1, 64, &options->columns);
+    } else if (word == "--count") {
+      ok = arguments.wholeNumber(1, 1000, &options->count);
+    } else if (word == "--width") {
+      ok = arguments.wholeNumber(16, 4096, &options->width);
+    } else {
+      return arguments.unknownOption();
+    }
+    if (!ok) return kUsageError;
+  }
+  return haveInput ? kDone : arguments.usageError("which movie? (mp4lib thumbs MOVIE.3gp)");
+}
+
 // The default job and `plugins` take the common options only.
 int parseCommonOnly(Arguments& arguments, CommonOptions* common) {
   while (arguments.next()) {
@@ -123,6 +147,11 @@ int runCommand(const std::string& command, Arguments& arguments) {
     if (const int status = parsePlay(arguments, &options, &common); status != kDone) return status;
     options.progress = showsProgress(common);
     return withLibrary(common, [&] { return play(options); });
+  }
+  if (command == "thumbs") {
+    ThumbsOptions options;
+    if (const int status = parseThumbs(arguments, &options, &common); status != kDone) return status;
+    return withLibrary(common, [&] { return thumbs(options); });
   }
   if (const int status = parseCommonOnly(arguments, &common); status != kDone) return status;
   return withLibrary(common, listPlugins);

@@ -1,7 +1,7 @@
 // The tool as a user meets it, run as a process from the build's bin folder
 // with the real codec plug-ins: help for every command, the exit status of
-// every kind of failure, the progress line (only on a terminal), and codec
-// libraries that stay quiet without --verbose.
+// every kind of failure, the progress line (only on a terminal), the contact
+// sheet, and codec libraries that stay quiet without --verbose.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -64,7 +64,7 @@ class ToolCommands : public ::testing::Test {
 // ---- Help --------------------------------------------------------------------
 
 TEST_F(ToolCommands, EveryCommandHasHelp) {
-  for (const std::string command : {"record", "play", "plugins"}) {
+  for (const std::string command : {"record", "play", "thumbs", "plugins"}) {
     const ToolRun run = tool(command + " --help");
     EXPECT_EQ(run.status, 0) << command;
     EXPECT_EQ(run.out.rfind("usage: mp4lib " + command, 0), 0u) << run.out;
@@ -80,7 +80,7 @@ TEST_F(ToolCommands, EveryCommandHasHelp) {
 TEST_F(ToolCommands, OverviewListsTheCommands) {
   const ToolRun run = tool("--help");
   EXPECT_EQ(run.status, 0);
-  for (const char* command : {"mp4lib record", "mp4lib play", "mp4lib plugins", "exit status"}) {
+  for (const char* command : {"mp4lib record", "mp4lib play", "mp4lib thumbs", "mp4lib plugins", "exit status"}) {
     EXPECT_NE(run.out.find(command), std::string::npos) << command;
   }
   EXPECT_EQ(tool("-h").out, run.out);
@@ -119,6 +119,10 @@ TEST_F(ToolCommands, UsageErrorsExitWithTwoAndTouchNoFile) {
       {"play --every two x.3gp", "not \"two\""},
       {"play --out", "option --out needs a value"},
       {"play a.3gp b.3gp", "takes one file, but \"b.3gp\" comes after \"a.3gp\""},
+      {"thumbs", "which movie?"},
+      {"thumbs --columns 0 x.3gp", "--columns wants a whole number from 1 to 64"},
+      {"thumbs --count 1001 x.3gp", "--count wants a whole number from 1 to 1000"},
+      {"thumbs --width 8 x.3gp", "--width wants a whole number from 16 to 4096"},
       {"plugins extra", "takes no file"},
       {"nonsense", "there is no command \"nonsense\""},
       {"help nonsense", "there is no command \"nonsense\""},
@@ -138,10 +142,13 @@ TEST_F(ToolCommands, RefusedFilesExitWithOneAndNameTheFile) {
   ASSERT_TRUE(interop::writeFile(folder / "text.3gp", Bytes{'n', 'o', 't', ' ', 'a', ' ', 'm', 'o', 'v', 'i', 'e'}));
   ASSERT_TRUE(interop::writeFile(folder / "bad.y4m", Bytes{'Y', 'U', 'V', '4', 'M', 'P', 'E', 'G', '2', ' ', 'W', 'x', '\n'}));
   ASSERT_TRUE(interop::writeFile(folder / "a-file", Bytes{'x'}));
+  ASSERT_EQ(tool("record --seconds 1 --video none " + quoted(folder / "sound.3gp")).status, 0);
   const auto missingFolder = folder / "no-such-folder";
   const std::vector<Failure> failures = {
       {"play " + quoted(folder / "missing.3gp"), "cannot open " + (folder / "missing.3gp").string() + ": there is no such file"},
       {"play " + quoted(folder / "text.3gp"), "text.3gp: it is not a 3GP/MP4 movie"},
+      {"thumbs " + quoted(folder / "missing.3gp"), "missing.3gp: there is no such file"},
+      {"thumbs " + quoted(folder / "sound.3gp"), "sound.3gp has no video track"},
       {"play --device " + quoted(folder / "text.3gp"), "text.3gp: it is not a 3GP/MP4 movie"},
       {"record --input-video " + quoted(folder / "missing.y4m") + " " + quoted(folder / "x.3gp"),
        "cannot open " + (folder / "missing.y4m").string()},
@@ -152,6 +159,8 @@ TEST_F(ToolCommands, RefusedFilesExitWithOneAndNameTheFile) {
       {"record --input-audio " + quoted(folder / "text.3gp") + " " + quoted(folder / "x.3gp"),
        "text.3gp is not a 16-bit PCM WAV file"},
       {"record --seconds 1 " + quoted(missingFolder / "x.3gp"), "cannot create " + (missingFolder / "x.3gp").string()},
+      {"thumbs --out " + quoted(missingFolder / "s.png") + " " + quoted(movie),
+       "cannot write " + (missingFolder / "s.png").string()},
       {"play --out " + quoted(folder / "a-file") + " " + quoted(movie), "cannot make the folder"},
   };
   for (const Failure& failure : failures) {
@@ -198,6 +207,87 @@ TEST_F(ToolCommands, QuietSilencesTheProgressLine) {
   if (!scriptAvailable()) GTEST_SKIP() << "no script(1) to give the tool a terminal";
   EXPECT_EQ(toolOnTerminal("record --quiet --seconds 1 " + quoted(folder / "hush.3gp")), "");
   EXPECT_EQ(toolOnTerminal("play --quiet --out " + quoted(folder / "frames") + " " + quoted(folder / "hush.3gp")), "");
+}
+
+// ---- Contact sheet -------------------------------------------------------------
+
+// A PNG decoded by ffmpeg: its size and its RGB bytes.
+struct Sheet {
+  int width = 0;
+  int height = 0;
+  Bytes rgb;
+};
+
+Sheet readSheet(const std::filesystem::path& png) {
+  Sheet sheet;
+  const std::string size =
+      interop::output("ffprobe -v error -show_entries stream=width,height -of csv=p=0:s=x " + quoted(png));
+  std::sscanf(size.c_str(), "%dx%d", &sheet.width, &sheet.height);
+  const std::filesystem::path raw = png.string() + ".rgb";
+  interop::run("ffmpeg -nostdin -v error -y -i " + quoted(png) + " -f rawvideo -pix_fmt rgb24 " + quoted(raw));
+  sheet.rgb = interop::readFile(raw);
+  return sheet;
+}
+
+// Video entry `entry` of `movie` as the library scales it, red first.
+Bytes libraryFrame(const std::filesystem::path& movie, int entry, int width, int height) {
+  Bytes rgb(static_cast<std::size_t>(width) * height * 3);
+  initMp4Lib();
+  MovieParams* params = nullptr;
+  std::uint32_t size = 0, timeMs = 0, durationMs = 0;
+  const bool decoded = initDecoder(movie.wstring().c_str(), &params) == 1 &&
+                       decode_RGB24_video_trackEx2(entry, rgb.data(), &size, width, height, &timeMs, &durationMs) == 1;
+  finalizeDecoder();
+  finalizeMp4Lib();
+  if (!decoded) return {};
+  for (std::size_t i = 0; i < rgb.size(); i += 3) std::swap(rgb[i], rgb[i + 2]);
+  return rgb;
+}
+
+TEST_F(ToolCommands, ThumbsMakesAGridOfTheLibrarysFramesWithTimeStamps) {
+  if (!interop::ffmpegAvailable()) GTEST_SKIP() << "ffmpeg is not installed";
+  const auto movie = recordedMovie();
+  const auto sheetFile = folder / "sheet.png";
+  const ToolRun run = tool("thumbs --columns 3 --count 4 --width 88 --out " + quoted(sheetFile) + " " + quoted(movie));
+  ASSERT_EQ(run.status, 0) << run.err;
+  // Three columns of 88 and two rows of 88 x 144 / 176 = 72, 4 pixels apart
+  // and around.
+  const Sheet sheet = readSheet(sheetFile);
+  ASSERT_EQ(sheet.width, 3 * 88 + 4 * 4);
+  ASSERT_EQ(sheet.height, 2 * 72 + 3 * 4);
+  ASSERT_EQ(sheet.rgb.size(), std::size_t{280} * 156 * 3);
+
+  // The middles of four equal parts of 2000 ms: 250, 750, 1250, 1750 ms;
+  // at 15 fps the frames shown then are 3, 11, 18 and 26 (n x 66.7 ms).
+  const int entries[4] = {3, 11, 18, 26};
+  const int stampWidth = 41 + 4, stampHeight = 7 + 4;  // "mm:ss.t" in 5 x 7 glyphs, 2 pixels around
+  for (int i = 0; i < 4; ++i) {
+    const Bytes frame = libraryFrame(movie, entries[i], 88, 72);
+    ASSERT_FALSE(frame.empty()) << entries[i];
+    const int cellX = 4 + (i % 3) * 92, cellY = 4 + (i / 3) * 76;
+    int stampDiffers = 0, elsewhereDiffers = 0;
+    for (int y = 0; y < 72; ++y) {
+      for (int x = 0; x < 88; ++x) {
+        const std::size_t inSheet = (static_cast<std::size_t>(cellY + y) * 280 + cellX + x) * 3;
+        const std::size_t inFrame = (static_cast<std::size_t>(y) * 88 + x) * 3;
+        const bool differs = !std::equal(frame.begin() + inFrame, frame.begin() + inFrame + 3, sheet.rgb.begin() + inSheet);
+        const bool inStamp = x < stampWidth && y >= 72 - stampHeight;
+        (inStamp ? stampDiffers : elsewhereDiffers) += differs;
+      }
+    }
+    EXPECT_EQ(elsewhereDiffers, 0) << "frame " << i;
+    EXPECT_GT(stampDiffers, 100) << "frame " << i;  // of the box's 495 pixels
+  }
+  // The sixth place of the grid stays empty, in the sheet's background.
+  const std::size_t emptyCell = (static_cast<std::size_t>(4 + 76 + 36) * 280 + 4 + 2 * 92 + 44) * 3;
+  EXPECT_TRUE(std::equal(sheet.rgb.begin(), sheet.rgb.begin() + 3, sheet.rgb.begin() + emptyCell));
+}
+
+TEST_F(ToolCommands, ThumbsNamesTheSheetAfterTheMovie) {
+  const auto movie = recordedMovie();
+  const ToolRun run = tool("thumbs --count 2 " + quoted(movie));
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_TRUE(std::filesystem::exists(folder / "movie-thumbs.png"));
 }
 
 // ---- Codec libraries' own messages ---------------------------------------------
