@@ -94,6 +94,17 @@ TEST_F(ToolCommands, RecordOptionsAreExplainedNotAskedForValues) {
   EXPECT_NE(run.out.find("--input-video FILE"), std::string::npos);
 }
 
+TEST_F(ToolCommands, TheManualShowsTheHelpAsPrinted) {
+  const Bytes manualBytes = interop::readFile(MP4LIB_TOOL_MANUAL);
+  const std::string manual(manualBytes.begin(), manualBytes.end());
+  ASSERT_FALSE(manual.empty()) << MP4LIB_TOOL_MANUAL;
+  for (const std::string arguments : {"--help", "record --help", "play --help", "thumbs --help", "plugins --help"}) {
+    const std::string help = tool(arguments).out;
+    EXPECT_NE(manual.find("```\n" + help + "```\n"), std::string::npos)
+        << "docs/tool.md does not show mp4lib " << arguments << " as printed:\n" << help;
+  }
+}
+
 // ---- Exit status -------------------------------------------------------------
 
 struct Failure {
