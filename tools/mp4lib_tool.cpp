@@ -11,6 +11,7 @@
 #include "commands.h"
 #include "help.h"
 #include "mp4lib.h"
+#include "recorder.h"
 #include "system.h"
 
 namespace {
@@ -31,6 +32,18 @@ int withLibrary(const CommonOptions& common, Command command) {
 }
 
 bool showsProgress(const CommonOptions& common) { return !common.quiet && standardErrorIsTerminal(); }
+
+// The codecs named, and what --live goes with: checked with the command
+// line, before any file is read.
+int checkRecordChoices(const Arguments& arguments, const RecordOptions& options) {
+  Codecs codecs;
+  if (!chooseCodecs(options, &codecs)) return kUsageError;
+  if (options.live && (!codecs.audio || !options.audioInput.empty())) {
+    return arguments.usageError("--live records the sound of the input device: it needs --audio amr or g723 and "
+                                "no --input-audio");
+  }
+  return kDone;
+}
 
 int parseRecord(Arguments& arguments, RecordOptions* options, CommonOptions* common) {
   bool haveOutput = false;
@@ -61,7 +74,7 @@ int parseRecord(Arguments& arguments, RecordOptions* options, CommonOptions* com
     }
     if (!ok) return kUsageError;
   }
-  return kDone;
+  return checkRecordChoices(arguments, *options);
 }
 
 int parsePlay(Arguments& arguments, PlayOptions* options, CommonOptions* common) {
