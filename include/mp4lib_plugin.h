@@ -354,6 +354,10 @@ typedef struct AudioDecoderConfig {
  *               AudioSpecificConfig, or ADTS frames (any number, a partial
  *               last frame reported as leftover).
  * Header words A-D are 0. Video pictures are handed out with pitch = width.
+ * The libavcodec-based plug-ins keep libavcodec's own log quiet. An
+ * application that wants its messages sets MP4LIB_PLUGIN_LOG=verbose in the
+ * environment before initMp4Lib; each plug-in reads it once, when loaded.
+ * Any other value, or none, means quiet.
  * A video decode given a picture buffer fills it only when the stream's
  * picture has the size MovieParams announced at initDecode (decodedWidth x
  * decodedHeight); a stream of another size fails there rather than overrun

@@ -8,10 +8,10 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 if [ "$(id -u)" = 0 ]; then
   apt-get update -q
-  # The codec plug-ins need libavcodec and libopencore-amrnb; ffmpeg's
-  # ffprobe only reports on the result.
+  # The codec plug-ins need libavcodec and libopencore-amrnb, the tool's PNG
+  # frames libpng; ffmpeg's ffprobe only reports on the result.
   DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends cmake make g++ pkg-config \
-    libavcodec-dev libopencore-amrnb-dev ffmpeg
+    libavcodec-dev libopencore-amrnb-dev libpng-dev ffmpeg
 fi
 cmake -S . -B build-release -DCMAKE_BUILD_TYPE=Release -DMP4LIB_TESTS=OFF >build-release.configure.log
 cmake --build build-release -j2

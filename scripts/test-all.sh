@@ -11,6 +11,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 PACKAGES="cmake make g++ pkg-config libasound2-dev libgtest-dev libbenchmark-dev ffmpeg libavcodec-dev libopencore-amrnb-dev
+          libpng-dev libstb-dev
           g++-arm-linux-gnueabihf qemu-user mingw-w64 wine wine64 pulseaudio pulseaudio-utils libasound2-plugins
           dpkg-dev"
 

@@ -10,12 +10,49 @@ bool endsWith(const std::string& text, const std::string& tail) {
   return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
 }
 
+// A positive whole number and nothing else.
+bool positiveNumber(const std::string& text, std::uint32_t* value) {
+  if (text.empty() || text.size() > 9 || text.find_first_not_of("0123456789") != std::string::npos) return false;
+  *value = static_cast<std::uint32_t>(std::stoul(text));
+  return *value > 0;
+}
+
+// The Y4M stream header's size (W, H), rate (F num:den) and colour space
+// (C); false, with the reason, for values the recorder cannot take.
+bool readY4mHeader(const std::string& header, std::uint32_t* width, std::uint32_t* height, double* frameRate,
+                   std::string* error) {
+  std::istringstream words(header.substr(9));  // after "YUV4MPEG2"
+  std::string word;
+  while (words >> word) {
+    const std::string value = word.substr(1);
+    if ((word[0] == 'W' && !positiveNumber(value, width)) || (word[0] == 'H' && !positiveNumber(value, height))) {
+      *error = "the Y4M header has a malformed size \"" + word + "\"";
+      return false;
+    }
+    if (word[0] == 'F') {
+      const auto colon = value.find(':');
+      std::uint32_t num = 0, den = 1;
+      if (!positiveNumber(value.substr(0, colon), &num) ||
+          (colon != std::string::npos && !positiveNumber(value.substr(colon + 1), &den))) {
+        *error = "the Y4M header has a malformed frame rate \"" + word + "\"";
+        return false;
+      }
+      *frameRate = static_cast<double>(num) / den;
+    }
+    if (word[0] == 'C' && word.rfind("C420", 0) != 0) {
+      *error = "it uses colour space " + value + "; only 4:2:0 is supported";
+      return false;
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
 bool PictureFile::open(const std::string& path, std::uint32_t width, std::uint32_t height, std::string* error) {
   file_.open(path, std::ios::binary);
   if (!file_) {
-    *error = "cannot open " + path;
+    *error = "cannot open " + path + ": there is no such file, or it cannot be read";
     return false;
   }
   y4m_ = endsWith(path, ".y4m");
@@ -29,21 +66,9 @@ bool PictureFile::open(const std::string& path, std::uint32_t width, std::uint32
       *error = path + " is not a Y4M file (it does not start with YUV4MPEG2)";
       return false;
     }
-    std::istringstream words(header);
-    std::string word;
-    while (words >> word) {
-      if (word[0] == 'W') width_ = static_cast<std::uint32_t>(std::stoul(word.substr(1)));
-      if (word[0] == 'H') height_ = static_cast<std::uint32_t>(std::stoul(word.substr(1)));
-      if (word[0] == 'F') {
-        const auto colon = word.find(':');
-        const double num = std::stod(word.substr(1, colon - 1));
-        const double den = colon == std::string::npos ? 1.0 : std::stod(word.substr(colon + 1));
-        if (den > 0) frameRate_ = num / den;
-      }
-      if (word[0] == 'C' && word.rfind("C420", 0) != 0) {
-        *error = path + " uses colour space " + word.substr(1) + "; only 4:2:0 is supported";
-        return false;
-      }
+    if (!readY4mHeader(header, &width_, &height_, &frameRate_, error)) {
+      *error = path + ": " + *error;
+      return false;
     }
   }
   if (width_ < 2 || height_ < 2 || width_ % 2 || height_ % 2) {

@@ -1,112 +1,189 @@
-// mp4lib command-line tool: records movies and plays them back through the
-// library's exported functions.
-#include <algorithm>
+// mp4lib command-line tool: records movies, plays them back and makes
+// contact sheets through the library's exported functions. The command line
+// is read in full before the library starts, so a usage error touches no
+// file and loads no plug-in.
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <string>
+#include <vector>
 
+#include "arguments.h"
 #include "commands.h"
+#include "help.h"
 #include "mp4lib.h"
+#include "recorder.h"
+#include "system.h"
 
 namespace {
 
-using mp4lib::tool::PlayOptions;
-using mp4lib::tool::RecordOptions;
+using namespace mp4lib::tool;
 
-void usage() {
-  std::printf(
-      "usage:\n"
-      "  mp4lib                       record movie.3gp (10 s of test picture and tone, H.263 176x144\n"
-      "                               15 fps with AMR) and play it into movie-frames/\n"
-      "  mp4lib record [options] OUT  record a movie\n"
-      "      --video h263|mpeg4|none  --audio amr|g723|none  --size WxH  --fps N  --seconds S\n"
-      "      --input-video FILE (.y4m, .yuv I420 or .rgb RGB24 at --size)  --input-audio FILE (.wav, 8 kHz mono)\n"
-      "      --live                   capture the sound from the default input device for --seconds,\n"
-      "                               in real time; the pictures follow the captured time\n"
-      "  mp4lib play [--out DIR] [--every N] IN   decode every frame to PNG and the audio to audio.wav\n"
-      "  mp4lib play --device IN      play the audio through the default output device, in real time\n"
-      "  mp4lib plugins               list the codec plug-ins found beside the library\n");
-}
-
-bool parseSize(const char* text, std::uint32_t* width, std::uint32_t* height) {
-  unsigned w = 0, h = 0;
-  if (std::sscanf(text, "%ux%u", &w, &h) != 2 || w == 0 || h == 0) return false;
-  *width = w;
-  *height = h;
-  return true;
-}
-
-// Reads the value after option argv[*i]; reports a missing one.
-const char* value(int argc, char** argv, int* i) {
-  if (*i + 1 >= argc) {
-    std::fprintf(stderr, "mp4lib: option %s needs a value\n", argv[*i]);
-    return nullptr;
+// Runs a command between initMp4Lib and finalizeMp4Lib. The plug-ins read
+// MP4LIB_PLUGIN_LOG once, when initMp4Lib loads them.
+template <typename Command>
+int withLibrary(const CommonOptions& common, Command command) {
+  if (common.verbose && !setEnvironmentVariable("MP4LIB_PLUGIN_LOG", "verbose")) {
+    std::fprintf(stderr, "mp4lib: cannot set MP4LIB_PLUGIN_LOG; the codec libraries stay quiet\n");
   }
-  return argv[++*i];
+  initMp4Lib();
+  const int status = command();
+  finalizeMp4Lib();
+  return status;
 }
 
-int recordCommand(int argc, char** argv, RecordOptions* options) {
-  for (int i = 2; i < argc; ++i) {
-    const std::string option = argv[i];
-    if (option.rfind("--", 0) != 0) {
-      options->output = option;
-      continue;
-    }
-    if (option == "--live") {
+bool showsProgress(const CommonOptions& common) { return !common.quiet && standardErrorIsTerminal(); }
+
+// The codecs named, and what --live goes with: checked with the command
+// line, before any file is read.
+int checkRecordChoices(const Arguments& arguments, const RecordOptions& options) {
+  Codecs codecs;
+  if (!chooseCodecs(options, &codecs)) return kUsageError;
+  if (options.live && (!codecs.audio || !options.audioInput.empty())) {
+    return arguments.usageError("--live records the sound of the input device: it needs --audio amr or g723 and "
+                                "no --input-audio");
+  }
+  return kDone;
+}
+
+int parseRecord(Arguments& arguments, RecordOptions* options, CommonOptions* common) {
+  bool haveOutput = false;
+  while (arguments.next()) {
+    const std::string& word = arguments.word();
+    bool ok = true;
+    if (!arguments.isOption()) {
+      ok = arguments.file(&options->output, &haveOutput);
+    } else if (arguments.commonOption(common)) {
+    } else if (word == "--live") {
       options->live = true;
-      continue;
-    }
-    const char* text = value(argc, argv, &i);
-    if (text == nullptr) return 2;
-    if (option == "--video") {
-      options->video = text;
-    } else if (option == "--audio") {
-      options->audio = text;
-    } else if (option == "--size") {
-      if (!parseSize(text, &options->width, &options->height)) {
-        std::fprintf(stderr, "mp4lib: --size wants WIDTHxHEIGHT, such as 176x144, not \"%s\"\n", text);
-        return 2;
-      }
-    } else if (option == "--fps") {
-      options->frameRate = std::atof(text);
-    } else if (option == "--seconds") {
-      options->seconds = std::atof(text);
-    } else if (option == "--input-video") {
-      options->videoInput = text;
-    } else if (option == "--input-audio") {
-      options->audioInput = text;
+    } else if (word == "--video") {
+      ok = arguments.text(&options->video);
+    } else if (word == "--audio") {
+      ok = arguments.text(&options->audio);
+    } else if (word == "--size") {
+      ok = arguments.size(&options->width, &options->height);
+    } else if (word == "--fps") {
+      ok = arguments.number(0, 120, &options->frameRate);
+    } else if (word == "--seconds") {
+      ok = arguments.number(0, 86400, &options->seconds);
+    } else if (word == "--input-video") {
+      ok = arguments.text(&options->videoInput);
+    } else if (word == "--input-audio") {
+      ok = arguments.text(&options->audioInput);
     } else {
-      std::fprintf(stderr, "mp4lib: unknown option %s\n", option.c_str());
-      return 2;
+      return arguments.unknownOption();
     }
+    if (!ok) return kUsageError;
   }
-  if (!(options->frameRate > 0 && options->frameRate <= 120) || !(options->seconds > 0)) {
-    std::fprintf(stderr, "mp4lib: --fps must be between 0 and 120 and --seconds above 0\n");
-    return 2;
-  }
-  return mp4lib::tool::record(*options);
+  return checkRecordChoices(arguments, *options);
 }
 
-int playCommand(int argc, char** argv, PlayOptions* options) {
-  for (int i = 2; i < argc; ++i) {
-    const std::string option = argv[i];
-    if (option == "--device") {
+int parsePlay(Arguments& arguments, PlayOptions* options, CommonOptions* common) {
+  bool haveInput = false;
+  while (arguments.next()) {
+    const std::string& word = arguments.word();
+    bool ok = true;
+    if (!arguments.isOption()) {
+      ok = arguments.file(&options->input, &haveInput);
+    } else if (arguments.commonOption(common)) {
+    } else if (word == "--device") {
       options->device = true;
-    } else if (option == "--out" || option == "--every") {
-      const char* text = value(argc, argv, &i);
-      if (text == nullptr) return 2;
-      if (option == "--out") options->outputFolder = text;
-      if (option == "--every") options->everyNthFrame = static_cast<std::uint32_t>(std::max(1, std::atoi(text)));
-    } else if (option.rfind("--", 0) == 0) {
-      std::fprintf(stderr, "mp4lib: unknown option %s\n", option.c_str());
-      return 2;
+    } else if (word == "--out") {
+      ok = arguments.text(&options->outputFolder);
+    } else if (word == "--every") {
+      ok = arguments.wholeNumber(1, 1000000, &options->everyNthFrame);
     } else {
-      options->input = option;
+      return arguments.unknownOption();
+    }
+    if (!ok) return kUsageError;
+  }
+  return kDone;
+}
+
+int parseThumbs(Arguments& arguments, ThumbsOptions* options, CommonOptions* common) {
+  bool haveInput = false;
+  while (arguments.next()) {
+    const std::string& word = arguments.word();
+    bool ok = true;
+    if (!arguments.isOption()) {
+      ok = arguments.file(&options->input, &haveInput);
+    } else if (arguments.commonOption(common)) {
+    } else if (word == "--out") {
+      ok = arguments.text(&options->output);
+    } else if (word == "--columns") {
+      ok = arguments.wholeNumber(1, 64, &options->columns);
+    } else if (word == "--count") {
+      ok = arguments.wholeNumber(1, 1000, &options->count);
+    } else if (word == "--width") {
+      ok = arguments.wholeNumber(16, 4096, &options->width);
+    } else {
+      return arguments.unknownOption();
+    }
+    if (!ok) return kUsageError;
+  }
+  return haveInput ? kDone : arguments.usageError("which movie? (mp4lib thumbs MOVIE.3gp)");
+}
+
+// The default job and `plugins` take the common options only.
+int parseCommonOnly(Arguments& arguments, CommonOptions* common) {
+  while (arguments.next()) {
+    if (!arguments.commonOption(common)) {
+      return arguments.isOption() ? arguments.unknownOption()
+                                  : arguments.usageError("takes no file, but was given \"" + arguments.word() + "\"");
     }
   }
-  return mp4lib::tool::play(*options);
+  return kDone;
 }
+
+// Records movie.3gp with every default and plays it into movie-frames/.
+int defaultJob(Arguments& arguments) {
+  CommonOptions common;
+  if (const int status = parseCommonOnly(arguments, &common); status != kDone) return status;
+  RecordOptions record;
+  PlayOptions play;
+  record.progress = play.progress = showsProgress(common);
+  return withLibrary(common, [&] {
+    const int status = mp4lib::tool::record(record);
+    return status == kDone ? mp4lib::tool::play(play) : status;
+  });
+}
+
+int runCommand(const std::string& command, Arguments& arguments) {
+  CommonOptions common;
+  if (command == "record") {
+    RecordOptions options;
+    if (const int status = parseRecord(arguments, &options, &common); status != kDone) return status;
+    options.progress = showsProgress(common);
+    return withLibrary(common, [&] { return record(options); });
+  }
+  if (command == "play") {
+    PlayOptions options;
+    if (const int status = parsePlay(arguments, &options, &common); status != kDone) return status;
+    options.progress = showsProgress(common);
+    return withLibrary(common, [&] { return play(options); });
+  }
+  if (command == "thumbs") {
+    ThumbsOptions options;
+    if (const int status = parseThumbs(arguments, &options, &common); status != kDone) return status;
+    return withLibrary(common, [&] { return thumbs(options); });
+  }
+  if (const int status = parseCommonOnly(arguments, &common); status != kDone) return status;
+  return withLibrary(common, listPlugins);
+}
+
+// `mp4lib help [COMMAND]`, `mp4lib --help`, `mp4lib -h`.
+int help(const std::vector<std::string>& words) {
+  if (words.size() < 2) {
+    printOverview(stdout);
+    return kDone;
+  }
+  if (!isCommand(words[1])) {
+    std::fprintf(stderr, "mp4lib: there is no command \"%s\"\n(mp4lib --help lists the commands)\n", words[1].c_str());
+    return kUsageError;
+  }
+  printHelp(words[1], stdout);
+  return kDone;
+}
+
+bool isHelpWord(const std::string& word) { return word == "help" || word == "--help" || word == "-h"; }
 
 }  // namespace
 
@@ -121,34 +198,27 @@ int mp4lib::tool::listPlugins() {
     std::printf("  type 0x%08X  id %2u  \"%s\"  %s\n", plugin.codecType, plugin.codecId, tag,
                 plugin.category == MP4LIB_CATEGORY_AUDIO ? "audio" : "video");
   }
-  return count > 0 ? 0 : 1;
+  if (count == 0) std::fprintf(stderr, "mp4lib: no codec plug-in (codec*.so, codec*.dll) beside the library\n");
+  return count > 0 ? kDone : kRefused;
 }
 
 int main(int argc, char** argv) {
-  const std::string command = argc > 1 ? argv[1] : "";
-  if (command == "-h" || command == "--help" || command == "help") {
-    usage();
-    return 0;
+  const std::vector<std::string> words(argv + 1, argv + argc);
+  if (!words.empty() && isHelpWord(words[0])) return help(words);
+  // No command, or options only: the default job.
+  if (words.empty() || words[0][0] == '-') {
+    Arguments arguments("", words);
+    return defaultJob(arguments);
   }
-  initMp4Lib();
-  int result = 2;
-  if (command.empty()) {
-    RecordOptions record;
-    PlayOptions play;
-    result = mp4lib::tool::record(record);
-    if (result == 0) result = mp4lib::tool::play(play);
-  } else if (command == "record") {
-    RecordOptions options;
-    result = recordCommand(argc, argv, &options);
-  } else if (command == "play") {
-    PlayOptions options;
-    result = playCommand(argc, argv, &options);
-  } else if (command == "plugins") {
-    result = mp4lib::tool::listPlugins();
-  } else {
-    std::fprintf(stderr, "mp4lib: unknown command \"%s\"\n", command.c_str());
-    usage();
+  const std::string& command = words[0];
+  if (!isCommand(command)) {
+    std::fprintf(stderr, "mp4lib: there is no command \"%s\"\n(mp4lib --help lists the commands)\n", command.c_str());
+    return kUsageError;
   }
-  finalizeMp4Lib();
-  return result;
+  Arguments arguments(command, std::vector<std::string>(words.begin() + 1, words.end()));
+  if (arguments.asksForHelp()) {
+    printHelp(command, stdout);
+    return kDone;
+  }
+  return runCommand(command, arguments);
 }

@@ -9,7 +9,8 @@
 #include "commands.h"
 #include "image_files.h"
 #include "live_audio.h"
-#include "mp4lib.h"
+#include "movie_file.h"
+#include "progress_line.h"
 
 namespace mp4lib::tool {
 
@@ -46,30 +47,34 @@ std::vector<std::uint8_t> swapRedBlue(const std::vector<std::uint8_t>& bgr) {
   return rgb;
 }
 
-int playVideo(const MovieParams& movie, const PlayOptions& options, std::uint32_t* written) {
+int playVideo(const MovieParams& movie, const PlayOptions& options, ProgressLine& progress, std::uint32_t* written) {
   std::uint32_t frames = 0;
   getVideoFrameNum(&frames);
   std::vector<std::uint8_t> bgr(static_cast<std::size_t>(movie.width) * movie.height * 3);
   for (std::uint32_t entry = 0; entry < frames; ++entry) {
-    std::uint32_t size = 0, timeMs = 0;
-    if (decode_RGB24_video_track(static_cast<std::int32_t>(entry), bgr.data(), &size, &timeMs) != 1) {
-      std::fprintf(stderr, "mp4lib: video frame %u of %s does not decode\n", entry, options.input.c_str());
-      return 1;
+    std::uint32_t size = 0, timeMs = 0, durationMs = 0;
+    if (decode_RGB24_video_trackEx(static_cast<std::int32_t>(entry), bgr.data(), &size, &timeMs, &durationMs) != 1) {
+      progress.endLine();
+      std::fprintf(stderr, "mp4lib: video frame %u of %u in %s does not decode\n", entry, frames, options.input.c_str());
+      return kRefused;
     }
+    progress.update(entry + 1, std::uint64_t{timeMs} + durationMs);
     if (entry % options.everyNthFrame != 0) continue;
     char name[32];
     std::snprintf(name, sizeof name, "frame-%05u.png", entry);
     const auto path = std::filesystem::path(options.outputFolder) / name;
     if (!writePng(path.string(), movie.width, movie.height, swapRedBlue(bgr))) {
-      std::fprintf(stderr, "mp4lib: cannot write %s\n", path.string().c_str());
-      return 1;
+      progress.endLine();
+      std::fprintf(stderr, "mp4lib: cannot write %s (is the disk full?)\n", path.string().c_str());
+      return kRefused;
     }
     ++*written;
   }
-  return 0;
+  return kDone;
 }
 
-int playAudio(const MovieParams& movie, const PlayOptions& options, std::size_t* bytes) {
+// Without video the sound alone shows the progress.
+int playAudio(const MovieParams& movie, const PlayOptions& options, ProgressLine& progress, std::size_t* bytes) {
   std::uint32_t samples = 0;
   getAudioFrameNum(&samples);
   std::vector<std::uint8_t> pcm, chunk(MP4LIB_AUDIO_DECODE_MIN_OUTPUT);
@@ -80,21 +85,24 @@ int playAudio(const MovieParams& movie, const PlayOptions& options, std::size_t*
       if ((decode_audio_track(static_cast<std::int32_t>(entry), chunk.data(), &length, &timeMs, &left) & 0xFF) == 0) {
         // Files whose last chunk run spans several chunks leave the later
         // samples without a place in the file; keep what played before.
+        progress.endLine();
         std::fprintf(stderr, "mp4lib: audio sample %u of %u in %s does not decode; audio.wav ends before it\n", entry,
                      samples, options.input.c_str());
         entry = samples;
         break;
       }
       pcm.insert(pcm.end(), chunk.begin(), chunk.begin() + length);
+      if (!movie.videoEnabled) progress.update(0, timeMs);
     } while (left > 0);
   }
   const auto path = std::filesystem::path(options.outputFolder) / "audio.wav";
   if (!writeWav(path.string(), movie.sampleRate, static_cast<std::uint16_t>(movie.channels ? movie.channels : 1), pcm)) {
-    std::fprintf(stderr, "mp4lib: cannot write %s\n", path.string().c_str());
-    return 1;
+    progress.endLine();
+    std::fprintf(stderr, "mp4lib: cannot write %s (is the disk full?)\n", path.string().c_str());
+    return kRefused;
   }
   *bytes = pcm.size();
-  return 0;
+  return kDone;
 }
 
 void describe(const MovieParams& movie) {
@@ -115,47 +123,49 @@ void describe(const MovieParams& movie) {
 int playToDevice(const MovieParams& movie, const PlayOptions& options) {
   if (!movie.audioEnabled) {
     std::fprintf(stderr, "mp4lib: %s has no audio track to play\n", options.input.c_str());
-    return 1;
+    return kRefused;
   }
   const auto start = std::chrono::steady_clock::now();
   const std::int64_t buffers = playThroughOutputDevice(movie, options);
-  if (buffers < 0) return 1;
+  if (buffers < 0) return kRefused;
   const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
   std::printf("played the audio of %s through the default output device: %lld buffers in %lld ms\n",
               options.input.c_str(), static_cast<long long>(buffers), static_cast<long long>(elapsed.count()));
-  return 0;
+  return kDone;
+}
+
+// Every frame to a PNG and the sound to audio.wav in the output folder.
+int playToFiles(const MovieParams& movie, const PlayOptions& options) {
+  std::error_code error;
+  std::filesystem::create_directories(options.outputFolder, error);
+  if (!std::filesystem::is_directory(options.outputFolder, error)) {
+    std::fprintf(stderr, "mp4lib: cannot make the folder %s for the frames\n", options.outputFolder.c_str());
+    return kRefused;
+  }
+  std::uint32_t frames = 0, durationMs = 0;
+  if (movie.videoEnabled) getVideoFrameNum(&frames);
+  getMovieDuration(&durationMs);
+  ProgressLine progress("play", frames, durationMs, options.progress);
+  std::uint32_t pictures = 0;
+  std::size_t pcmBytes = 0;
+  int result = kDone;
+  if (movie.videoEnabled) result = playVideo(movie, options, progress, &pictures);
+  if (result == kDone && movie.audioEnabled) result = playAudio(movie, options, progress, &pcmBytes);
+  if (result != kDone) return result;
+  progress.finish(frames, durationMs);
+  std::printf("played %s: %u PNG frames and %zu bytes of PCM (audio.wav) in %s\n", options.input.c_str(), pictures,
+              pcmBytes, options.outputFolder.c_str());
+  return kDone;
 }
 
 }  // namespace
 
 int play(const PlayOptions& options) {
-  MovieParams* movie = nullptr;
-  const std::wstring path(options.input.begin(), options.input.end());
-  if (initDecoder(path.c_str(), &movie) != 1) {
-    std::fprintf(stderr,
-                 "mp4lib: cannot play %s: the file is missing, is not a 3GP/MP4 movie, has an empty first track, or "
-                 "no codec plug-in decodes its tracks\n",
-                 options.input.c_str());
-    return 1;
-  }
+  const MovieParams* movie = openMovie(options.input);
+  if (movie == nullptr) return kRefused;
   describe(*movie);
-  if (options.device) {
-    const int played = playToDevice(*movie, options);
-    finalizeDecoder();
-    return played;
-  }
-  std::error_code error;
-  std::filesystem::create_directories(options.outputFolder, error);
-  std::uint32_t pictures = 0;
-  std::size_t pcmBytes = 0;
-  int result = 0;
-  if (movie->videoEnabled) result = playVideo(*movie, options, &pictures);
-  if (result == 0 && movie->audioEnabled) result = playAudio(*movie, options, &pcmBytes);
+  const int result = options.device ? playToDevice(*movie, options) : playToFiles(*movie, options);
   finalizeDecoder();
-  if (result == 0) {
-    std::printf("played %s: %u PNG frames and %zu bytes of PCM (audio.wav) in %s\n", options.input.c_str(), pictures,
-                pcmBytes, options.outputFolder.c_str());
-  }
   return result;
 }
 

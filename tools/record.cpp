@@ -6,17 +6,17 @@
 
 #include "commands.h"
 #include "live_audio.h"
+#include "movie_file.h"
 #include "mp4lib.h"
+#include "progress_line.h"
 #include "recorder.h"
 
 namespace mp4lib::tool {
 
 namespace {
 
-std::wstring widen(const std::string& text) { return std::wstring(text.begin(), text.end()); }
-
 // Pictures at the frame rate and sound blocks up to each picture's end, both
-// from the sources, as fast as the codecs go.
+// from the sources, as fast as the codecs go. False when encoding failed.
 bool recordFromSources(Recorder& recorder, const Codecs& codecs, double frameRate, std::uint64_t totalMs) {
   std::uint64_t nextBlock = 0;
   bool ok = true;
@@ -30,25 +30,19 @@ bool recordFromSources(Recorder& recorder, const Codecs& codecs, double frameRat
       ++nextBlock;
     }
   }
-  if (!ok) std::fprintf(stderr, "mp4lib: encoding failed (the codec plug-in refused a frame or the disk is full)\n");
   return ok;
 }
 
-}  // namespace
+// How much the movie holds, ms: up to the end of its last picture or sound block.
+std::uint64_t recordedMs(const Recorder& recorder, const Codecs& codecs, double frameRate) {
+  const std::uint64_t videoMs = codecs.video ? frameTimeMs(recorder.frames(), frameRate) : 0;
+  return std::max(videoMs, recorder.blocks() * codecs.audioBlockMs);
+}
 
-int record(const RecordOptions& options) {
-  Codecs codecs;
-  if (!chooseCodecs(options, &codecs)) return 2;
-  if (options.live && (!codecs.audio || !options.audioInput.empty())) {
-    std::fprintf(stderr, "mp4lib: --live records the sound of the input device: it needs --audio amr or g723 and "
-                         "no --input-audio\n");
-    return 2;
-  }
-  std::uint32_t width = options.width, height = options.height;
-  double frameRate = options.frameRate;
-  Sources sources;
-  if (!sources.open(options, &width, &height, &frameRate)) return 1;
-
+// Starts the encoder and creates the file with its header; null, with the
+// reason on standard error, when either fails.
+EncoderContext* startRecording(const RecordOptions& options, const Codecs& codecs, std::uint32_t width,
+                               std::uint32_t height, double frameRate) {
   EncoderParams params = encoderParams(codecs, width, height, frameRate);
   EncoderContext* context = nullptr;
   if ((initEncoder(&params, &context) & 0xFF) == 0) {
@@ -56,27 +50,55 @@ int record(const RecordOptions& options) {
                  "mp4lib: cannot start recording: no codec plug-in for %s/%s beside the library, the plug-in refused "
                  "%ux%u at %.2f fps, or the disk is full\n",
                  options.video.c_str(), options.audio.c_str(), width, height, frameRate);
-    return 1;
+    return nullptr;
   }
   if (createEncodeFile(widen(options.output).c_str()) != 1 || writeVideoFileHeader(0, 0) != 1) {
-    std::fprintf(stderr, "mp4lib: cannot create %s\n", options.output.c_str());
+    std::fprintf(stderr, "mp4lib: cannot create %s (is the folder there and writable?)\n", options.output.c_str());
     finalizeEncoder();
-    return 1;
+    return nullptr;
   }
+  return context;
+}
 
-  Recorder recorder(sources, *context);
-  const std::uint32_t codedWidth = context->codedWidth, codedHeight = context->codedHeight;
+// A recording that failed on the way (ok false) or at the end (closed
+// false). Live recording explains its own failures, the device's or the
+// codec's.
+int explainFailure(const RecordOptions& options, ProgressLine& progress, bool ok, bool closed) {
+  progress.endLine();
+  if (!ok && !options.live) {
+    std::fprintf(stderr, "mp4lib: encoding failed (the codec plug-in refused a frame or the disk is full)\n");
+  }
+  if (!closed) std::fprintf(stderr, "mp4lib: cannot finish %s (is the disk full?)\n", options.output.c_str());
+  return kRefused;
+}
+
+}  // namespace
+
+int record(const RecordOptions& options) {
+  Codecs codecs;
+  if (!chooseCodecs(options, &codecs)) return kUsageError;
+  std::uint32_t width = options.width, height = options.height;
+  double frameRate = options.frameRate;
+  Sources sources;
+  if (!sources.open(options, &width, &height, &frameRate)) return kRefused;
+  EncoderContext* context = startRecording(options, codecs, width, height, frameRate);
+  if (context == nullptr) return kRefused;
+
   const auto totalMs = static_cast<std::uint64_t>(options.seconds * 1000.0);
+  ProgressLine progress("record", codecs.video ? framesBefore(totalMs, frameRate) : 0, totalMs, options.progress);
+  Recorder recorder(sources, *context, codecs, progress);
+  const std::string coded = std::to_string(context->codedWidth) + "x" + std::to_string(context->codedHeight);
   const bool ok = options.live ? recordFromInputDevice(recorder, codecs, frameRate, totalMs)
                                : recordFromSources(recorder, codecs, frameRate, totalMs);
   const bool closed = closeEncodeFile() == 1;
   finalizeEncoder();
-  if (!ok || !closed) return 1;
-  std::printf("recorded %s: %u video frames (%s %ux%u, coded %ux%u, %.2f fps), %llu audio blocks (%s%s)\n",
-              options.output.c_str(), recorder.frames(), options.video.c_str(), width, height, codedWidth, codedHeight,
+  if (!ok || !closed) return explainFailure(options, progress, ok, closed);
+  progress.finish(recorder.frames(), recordedMs(recorder, codecs, frameRate));
+  std::printf("recorded %s: %u video frames (%s %ux%u, coded %s, %.2f fps), %llu audio blocks (%s%s)\n",
+              options.output.c_str(), recorder.frames(), options.video.c_str(), width, height, coded.c_str(),
               frameRate, static_cast<unsigned long long>(recorder.blocks()), options.audio.c_str(),
               options.live ? ", from the default input device" : "");
-  return 0;
+  return kDone;
 }
 
 }  // namespace mp4lib::tool

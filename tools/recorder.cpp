@@ -1,7 +1,9 @@
 // Codecs, sources and the recorder behind the record command.
 #include "recorder.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <filesystem>
 
 #include "image_files.h"
 #include "test_source.h"
@@ -70,6 +72,11 @@ bool Sources::open(const RecordOptions& options, std::uint32_t* width, std::uint
   if (!options.audioInput.empty()) {
     std::uint32_t rate = 0;
     std::uint16_t channels = 0;
+    std::error_code missing;
+    if (!std::filesystem::is_regular_file(options.audioInput, missing)) {
+      std::fprintf(stderr, "mp4lib: cannot open %s: there is no such file\n", options.audioInput.c_str());
+      return false;
+    }
     if (!readWav(options.audioInput, &rate, &channels, &sound_)) {
       std::fprintf(stderr, "mp4lib: %s is not a 16-bit PCM WAV file\n", options.audioInput.c_str());
       return false;
@@ -97,9 +104,20 @@ bool Sources::block(std::uint64_t index, std::uint32_t bytes, std::vector<std::u
   return true;
 }
 
-Recorder::Recorder(Sources& sources, const EncoderContext& context)
-    : sources_(sources), context_(context),
+std::uint32_t framesBefore(std::uint64_t totalMs, double frameRate) {
+  std::uint32_t frames = 0;
+  while (frameTimeMs(frames, frameRate) < totalMs) ++frames;
+  return frames;
+}
+
+Recorder::Recorder(Sources& sources, const EncoderContext& context, const Codecs& codecs, ProgressLine& progress)
+    : sources_(sources), context_(context), codecs_(codecs), progress_(progress),
       out_(static_cast<std::size_t>(context.codedWidth) * context.codedHeight * 3 + 65536) {}
+
+void Recorder::reportProgress(std::uint64_t reachedMs) {
+  reachedMs_ = std::max(reachedMs_, reachedMs);
+  progress_.update(frames_, reachedMs_);
+}
 
 bool Recorder::videoFrame(std::uint32_t frame, std::uint32_t timeMs) {
   std::uint32_t size = static_cast<std::uint32_t>(out_.size());
@@ -116,6 +134,7 @@ bool Recorder::videoFrame(std::uint32_t frame, std::uint32_t timeMs) {
     }
   }
   ++frames_;
+  reportProgress(timeMs);
   return true;
 }
 
@@ -126,6 +145,7 @@ bool Recorder::audioBlock(std::uint64_t index, std::uint32_t timeMs) {
   if ((encode_audio(pcm.data(), static_cast<std::uint32_t>(pcm.size()), out_.data(), &size) & 0xFF) == 0) return false;
   if (size > 0 && writeEncodeData(out_.data(), size, 1, timeMs) != 1) return false;
   ++blocks_;
+  reportProgress(std::uint64_t{timeMs} + codecs_.audioBlockMs);
   return true;
 }
 
@@ -133,6 +153,7 @@ bool Recorder::capturedBlock() {
   std::uint32_t size = static_cast<std::uint32_t>(out_.size());
   if (encodeWaveInAudio(out_.data(), &size, 1) != 1) return false;
   ++blocks_;
+  reportProgress(blocks_ * codecs_.audioBlockMs);
   return true;
 }
 

@@ -9,6 +9,7 @@
 #include "commands.h"
 #include "media_input.h"
 #include "mp4lib.h"
+#include "progress_line.h"
 
 namespace mp4lib::tool {
 
@@ -46,9 +47,13 @@ class Sources {
   bool haveSound_ = false;
 };
 
+// Frames a recording of totalMs at frameRate holds: those that start before its end.
+std::uint32_t framesBefore(std::uint64_t totalMs, double frameRate);
+
 class Recorder {
  public:
-  Recorder(Sources& sources, const EncoderContext& context);
+  // Reports each stored picture and sound block on `progress`.
+  Recorder(Sources& sources, const EncoderContext& context, const Codecs& codecs, ProgressLine& progress);
 
   // Encodes and stores picture `frame` at timeMs (ms).
   bool videoFrame(std::uint32_t frame, std::uint32_t timeMs);
@@ -65,8 +70,14 @@ class Recorder {
   std::uint64_t blocks() const { return blocks_; }
 
  private:
+  // The movie reaches at least reachedMs now.
+  void reportProgress(std::uint64_t reachedMs);
+
   Sources& sources_;
   const EncoderContext& context_;
+  const Codecs& codecs_;
+  ProgressLine& progress_;
+  std::uint64_t reachedMs_ = 0;
   std::vector<std::uint8_t> out_;
   std::vector<std::uint8_t> picture_;
   bool endOfInput_ = false;

@@ -8,7 +8,6 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
-#include <libavutil/log.h>
 }
 
 #include "common/picture.h"
@@ -32,10 +31,6 @@ class AvCodecContext {
   AVCodecContext* get() const { return context_; }
   AVCodecContext* allocate(const AVCodec* codec) {
     reset();
-    // libavcodec's messages (clipped coefficients, damaged headers) would end
-    // up on the application's standard error; failures reach the library as
-    // results.
-    av_log_set_level(AV_LOG_QUIET);
     context_ = avcodec_alloc_context3(codec);
     return context_;
   }

@@ -2,12 +2,17 @@
 #define MP4LIB_BUILDING_PLUGIN
 #include <exception>
 
+#include "common/codec_log.h"
 #include "common/plugin_codec.h"
 
 using mp4lib::plugin::kIdentity;
 using mp4lib::plugin::pluginCodec;
 
 namespace {
+
+// libavcodec's log level is set once, as the plug-in is loaded, before any
+// call can make it speak (see common/codec_log.h).
+const bool kCodecLogApplied = (mp4lib::plugin::applyCodecLogSetting(), true);
 
 // Runs a call into the codec; an exception (out of memory) is a failure.
 template <typename Call>
