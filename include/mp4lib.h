@@ -512,6 +512,33 @@ MP4LIB_API int32_t mp4libPluginCount(void);
  * 0 .. count - 1 (info is then left as it was). */
 MP4LIB_API int32_t mp4libPluginInfo(int32_t index, Mp4PluginInfo* info);
 
+/* ---- Extensions: why a call failed (src/api/ext_failures.cpp) ------------------
+ * initDecoder, initEncoder and createEncodeFile answer only 1 or 0 (or a
+ * plug-in's failing value). Each of them also notes why it failed, or that
+ * it did not; mp4libLastFailure tells what the last of them noted. */
+
+#define MP4LIB_FAILURE_NONE 0               /* the last of the three calls succeeded (or none ran) */
+#define MP4LIB_FAILURE_BUSY 1               /* a recording or a playback is open: one at a time */
+#define MP4LIB_FAILURE_ARGUMENT 2           /* a required pointer was null */
+#define MP4LIB_FAILURE_CANNOT_OPEN_FILE 3   /* the file cannot be opened for reading */
+#define MP4LIB_FAILURE_CANNOT_CREATE_FILE 4 /* the file cannot be created for writing */
+#define MP4LIB_FAILURE_NOT_A_MOVIE 5        /* neither a movie box nor media data */
+#define MP4LIB_FAILURE_DAMAGED_TABLE 6      /* a box or sample table cannot be read */
+#define MP4LIB_FAILURE_EMPTY_FIRST_TRACK 7  /* the first track has no samples */
+#define MP4LIB_FAILURE_BAD_TIME_SCALE 8     /* a time scale of 0 */
+#define MP4LIB_FAILURE_PICTURE_TOO_LARGE 9  /* a picture side above 8192 pixels */
+#define MP4LIB_FAILURE_NO_PLUGIN 10         /* no codec plug-in of the codec type needed */
+#define MP4LIB_FAILURE_PLUGIN_REFUSED 11    /* the plug-in refused the stream or the parameters */
+#define MP4LIB_FAILURE_NO_MEMORY 12
+#define MP4LIB_FAILURE_DISK_FULL 13         /* 10,000 bytes or less free on the current volume */
+#define MP4LIB_FAILURE_ORDER 14             /* out of order: no initEncoder, or a file still open */
+
+/* The code (MP4LIB_FAILURE_*) the last initDecoder, initEncoder or
+ * createEncodeFile noted. When text is not null it receives a short English
+ * sentence saying why (at most capacity bytes, terminated), e.g. "no audio
+ * plug-in for codec type 0x10101014 (AMR)"; empty after a success. */
+MP4LIB_API int32_t mp4libLastFailure(char* text, uint32_t capacity);
+
 #ifdef __cplusplus
 }
 #endif

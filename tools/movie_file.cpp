@@ -15,13 +15,19 @@ MovieParams* openMovie(const std::string& path) {
   }
   MovieParams* movie = nullptr;
   if (initDecoder(widen(path).c_str(), &movie) != 1) {
-    std::fprintf(stderr,
-                 "mp4lib: cannot open %s: it is not a 3GP/MP4 movie, cannot be read, has an empty first track, or "
-                 "no codec plug-in beside the library decodes its tracks (mp4lib plugins lists them)\n",
-                 path.c_str());
+    std::fprintf(stderr, "mp4lib: cannot open %s: %s\n", path.c_str(), lastFailure().c_str());
     return nullptr;
   }
   return movie;
+}
+
+std::string lastFailure() {
+  char text[160];
+  const int code = mp4libLastFailure(text, sizeof text);
+  std::string reason = text;
+  if (code == MP4LIB_FAILURE_NOT_A_MOVIE) reason = "it is not a 3GP/MP4 movie (" + reason + ")";
+  if (code == MP4LIB_FAILURE_NO_PLUGIN) reason += " beside the library (mp4lib plugins lists them)";
+  return reason;
 }
 
 }  // namespace mp4lib::tool

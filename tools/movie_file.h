@@ -14,4 +14,9 @@ std::wstring widen(const std::string& text);
 // standard error, when the file is missing or the library refuses it.
 MovieParams* openMovie(const std::string& path);
 
+// Why the library refused the last movie or recording, as a sentence that
+// follows "cannot open FILE: " (from mp4libLastFailure, with a hint where
+// the user can do something about it).
+std::string lastFailure();
+
 }  // namespace mp4lib::tool

@@ -46,14 +46,19 @@ EncoderContext* startRecording(const RecordOptions& options, const Codecs& codec
   EncoderParams params = encoderParams(codecs, width, height, frameRate);
   EncoderContext* context = nullptr;
   if ((initEncoder(&params, &context) & 0xFF) == 0) {
-    std::fprintf(stderr,
-                 "mp4lib: cannot start recording: no codec plug-in for %s/%s beside the library, the plug-in refused "
-                 "%ux%u at %.2f fps, or the disk is full\n",
-                 options.video.c_str(), options.audio.c_str(), width, height, frameRate);
+    std::fprintf(stderr, "mp4lib: cannot start recording %s/%s at %ux%u, %.2f fps: %s\n", options.video.c_str(),
+                 options.audio.c_str(), width, height, frameRate, lastFailure().c_str());
     return nullptr;
   }
-  if (createEncodeFile(widen(options.output).c_str()) != 1 || writeVideoFileHeader(0, 0) != 1) {
-    std::fprintf(stderr, "mp4lib: cannot create %s (is the folder there and writable?)\n", options.output.c_str());
+  if (createEncodeFile(widen(options.output).c_str()) != 1) {
+    std::fprintf(stderr, "mp4lib: cannot create %s: %s (is the folder there and writable?)\n",
+                 options.output.c_str(), lastFailure().c_str());
+    finalizeEncoder();
+    return nullptr;
+  }
+  if (writeVideoFileHeader(0, 0) != 1) {
+    std::fprintf(stderr, "mp4lib: cannot write the header of %s\n", options.output.c_str());
+    closeEncodeFile();
     finalizeEncoder();
     return nullptr;
   }

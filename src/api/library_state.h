@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "api/failures.h"
 #include "codecs/plugin_registry.h"
 #include "devices/audio_devices.h"
 #include "pixels/tables.h"
@@ -34,6 +35,8 @@ struct LibraryState {
   recording::Recorder recorder;
   playback::Player player;
   devices::AudioDevices devices;
+  // Why the last initDecoder, initEncoder or createEncodeFile failed.
+  LastFailure lastFailure;
 };
 
 // Created when the library is loaded, before any export can run, and

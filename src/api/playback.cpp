@@ -9,10 +9,16 @@ using namespace mp4lib;
 
 extern "C" MP4LIB_API int32_t initDecoder(const wchar_t* path, MovieParams** params) {
   api::LibraryState& state = api::libraryState();
-  if (state.recorder.active.load()) return 0;
+  if (state.recorder.active.load()) {
+    api::noteFailure(state.lastFailure, MP4LIB_FAILURE_BUSY, "a recording is open; finalizeEncoder ends it");
+    return 0;
+  }
   finalizeDecoder();  // one movie at a time
   playback::Playback playback = api::playbackOf(state);
-  if (playback::openPlayer(playback, path) == 0) return 0;
+  playback::OpenReport report;
+  const std::int32_t opened = playback::openPlayer(playback, path, &report);
+  api::noteOpenFailure(state.lastFailure, report);
+  if (opened == 0) return 0;
   if (params != nullptr) *params = &state.player.params;
   return 1;
 }

@@ -10,14 +10,27 @@ using namespace mp4lib;
 extern "C" MP4LIB_API Mp4Word initEncoder(EncoderParams* params, EncoderContext** context) {
   api::LibraryState& state = api::libraryState();
   recording::Recorder& recorder = state.recorder;
-  if (state.player.open.load() || recorder.active.load() || params == nullptr || context == nullptr) return 0;
-  const Mp4Word result = recording::startEncoder(recorder, state.plugins, *params);
+  if (state.player.open.load() || recorder.active.load()) {
+    api::noteFailure(state.lastFailure, MP4LIB_FAILURE_BUSY, "a recording or a playback is open; one at a time");
+    return 0;
+  }
+  if (params == nullptr || context == nullptr) {
+    api::noteFailure(state.lastFailure, MP4LIB_FAILURE_ARGUMENT, "params and context must not be null");
+    return 0;
+  }
+  recording::StartReport report;
+  const Mp4Word result = recording::startEncoder(recorder, state.plugins, *params, &report);
+  api::noteStartFailure(state.lastFailure, report);
   if (recorder.active.load()) *context = &recorder.context;
   return result;
 }
 
 extern "C" MP4LIB_API int32_t createEncodeFile(const wchar_t* path) {
-  return recording::createFile(api::libraryState().recorder, path);
+  api::LibraryState& state = api::libraryState();
+  recording::StartReport report;
+  const int32_t created = recording::createFile(state.recorder, path, &report);
+  api::noteStartFailure(state.lastFailure, report);
+  return created;
 }
 
 extern "C" MP4LIB_API int32_t getEncodeFilePos(void) { return recording::filePosition(api::libraryState().recorder); }

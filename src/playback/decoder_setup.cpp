@@ -164,12 +164,13 @@ void feedStreamHeader(Playback& playback, CodecPlugin& plugin, const TrackRecord
   }
 }
 
-bool startVideo(Playback& playback) {
+OpenFailure startVideo(Playback& playback, OpenReport* report) {
   Player& player = playback.player;
   MovieParams& params = player.params;
   codecs::ActivePlugins& active = playback.plugins.active;
   TrackRecord& track = player.movie.tracks[player.movie.videoTrackIndex];
-  if (player.movie.timeScale == 0 || track.mediaTimeScale == 0 || !pictureSizesAcceptable(params)) return false;
+  if (player.movie.timeScale == 0 || track.mediaTimeScale == 0) return OpenFailure::kZeroTimeScale;
+  if (!pictureSizesAcceptable(params)) return OpenFailure::kPictureTooLarge;
   if (track.timeRunCount == 1) {
     track.frameDurationMs =
         static_cast<float>(track.timeRuns[0].delta) * 1000.0f / static_cast<float>(track.mediaTimeScale);
@@ -177,19 +178,20 @@ bool startVideo(Playback& playback) {
   CodecPlugin* plugin = chooseVideoPlugin(playback.plugins, params.videoCodecCode, player.findings.videoCodecCode);
   active.videoDecoder = plugin;
   params.videoPlugin = plugin;
-  if (plugin == nullptr || plugin->initDecode == nullptr) return false;
+  report->codecType = plugin != nullptr ? plugin->codecType : player.findings.videoCodecCode;
+  if (plugin == nullptr || plugin->initDecode == nullptr) return OpenFailure::kNoVideoPlugin;
   if (codecs::pluginFailed(plugin->initDecode(reinterpret_cast<Mp4Word>(player.vendorRecord),
                                               reinterpret_cast<Mp4Word>(&params)))) {
     active.videoDecoder = nullptr;  // nothing to finalise
-    return false;
+    return OpenFailure::kVideoPluginRefused;
   }
   params.lumaSize = params.width * params.height;
   params.rgb24Size = params.lumaSize * 3;
   params.decodedLumaSize = params.decodedWidth * params.decodedHeight;
   params.decodedChromaSize = params.decodedLumaSize / 4;
-  if (!allocateRgbBuffer(params)) return false;
+  if (!allocateRgbBuffer(params)) return OpenFailure::kNoMemory;
   feedStreamHeader(playback, *plugin, track);
-  return true;
+  return OpenFailure::kNone;
 }
 
 // The decoder configuration of the movie's audio track, if it has one.
@@ -203,12 +205,12 @@ AudioDecoderConfig audioTrackConfig(const TrackRecord& track) {
   return config;
 }
 
-bool startAudio(Playback& playback) {
+OpenFailure startAudio(Playback& playback, OpenReport* report) {
   Player& player = playback.player;
   MovieParams& params = player.params;
   const TrackRecord& track = player.movie.tracks[player.movie.audioTrackIndex];
   const std::uint32_t scale = audioTimeScale(player);
-  if (scale == 0) return false;
+  if (scale == 0) return OpenFailure::kZeroTimeScale;
   const std::uint32_t delta = track.timeRunCount > 0 ? track.timeRuns[0].delta : 0;
   params.audioFrameMs = static_cast<std::uint32_t>(std::int64_t{delta} * 1000 / scale);
   params.audioFrameMsFloat = static_cast<float>(delta) * 1000.0f / static_cast<float>(scale);
@@ -216,19 +218,28 @@ bool startAudio(Playback& playback) {
   const Mp4Word result =
       codecs::openAudioCodecPlugin(playback.plugins, params.audioCodecCode, false, 0, audioTrackConfig(track));
   params.audioPlugin = playback.plugins.active.audioDecoder;
+  report->codecType = params.audioCodecCode;
   if (codecs::pluginFailed(result)) {
+    const bool found = playback.plugins.active.audioDecoder != nullptr;
     playback.plugins.active.audioDecoder = nullptr;  // nothing to finalise
-    return false;
+    return found ? OpenFailure::kAudioPluginRefused : OpenFailure::kNoAudioPlugin;
   }
-  return true;
+  return OpenFailure::kNone;
 }
 
-std::int32_t failSetUp(Playback& playback) {
+std::int32_t failSetUp(Playback& playback, OpenReport* report, OpenFailure failure) {
+  report->failure = failure;
   CodecPlugin* video = playback.plugins.active.videoDecoder;
   if (video != nullptr && video->module != nullptr && video->finalizeDecode != nullptr) video->finalizeDecode(0);
   playback.plugins.active.videoDecoder = nullptr;
   releasePlayer(playback.player);
   return 0;
+}
+
+// A header the parser refused: no movie at all, or a movie with a table it
+// could not read.
+OpenFailure headerFailure(const MovieContext& movie) {
+  return movie.moovSeen || movie.mdatSeen ? OpenFailure::kDamagedTables : OpenFailure::kNotAMovie;
 }
 
 // Clears what an earlier movie left and opens the input on `stream`.
@@ -280,30 +291,42 @@ CodecPlugin* chooseVideoPlugin(codecs::PluginRegistry& plugins, std::uint32_t vi
   return codecs::findCodecPluginByType(plugins, descriptionCode);
 }
 
-std::int32_t openPlayer(Playback& playback, const wchar_t* path) {
+std::int32_t openPlayer(Playback& playback, const wchar_t* path, OpenReport* report) {
   Player& player = playback.player;
   MovieParams& params = player.params;
   params = MovieParams{};
+  *report = OpenReport{};
   std::FILE* stream = platform::openFile(path, "rb");
-  if (stream == nullptr) return 0;
+  if (stream == nullptr) {
+    report->failure = OpenFailure::kCannotOpenFile;
+    return 0;
+  }
   // Every file is read as 3GP, whatever its name says.
   codecs::classifyFileExtension(codecs::fileExtension(path));
   params.mode = kDecodingMode;
   if (!prepareInput(playback, stream)) {
     std::fclose(stream);
+    report->failure = OpenFailure::kNoMemory;
     return 0;
   }
   params.inputFile = stream;
 
   container::ParseContext context{player.movie, params, player.input, player.findings};
-  if (container::readHeader(context) != 0) return failSetUp(playback);
+  if (container::readHeader(context) != 0) return failSetUp(playback, report, headerFailure(player.movie));
   player.fileLength = context.fileLength;
+  if (player.movie.tracks[0].sampleCount <= 0) return failSetUp(playback, report, OpenFailure::kEmptyFirstTrack);
   // Movie times divide by the movie time scale; a file that gives 0 is refused.
-  if (player.movie.tracks[0].sampleCount <= 0 || player.movie.timeScale == 0) return failSetUp(playback);
+  if (player.movie.timeScale == 0) return failSetUp(playback, report, OpenFailure::kZeroTimeScale);
 
   chooseTracks(player);
-  if (params.videoEnabled && !startVideo(playback)) return failSetUp(playback);
-  if (params.audioEnabled && !startAudio(playback)) return failSetUp(playback);
+  if (params.videoEnabled) {
+    const OpenFailure video = startVideo(playback, report);
+    if (video != OpenFailure::kNone) return failSetUp(playback, report, video);
+  }
+  if (params.audioEnabled) {
+    const OpenFailure audio = startAudio(playback, report);
+    if (audio != OpenFailure::kNone) return failSetUp(playback, report, audio);
+  }
 
   player.playback.videoEnabled = params.videoEnabled != 0;
   player.playback.audioEnabled = params.audioEnabled != 0;

@@ -8,10 +8,31 @@
 
 namespace mp4lib::playback {
 
+// Why a movie did not open, and the codec type concerned when a plug-in was
+// missing or refused.
+enum class OpenFailure {
+  kNone,
+  kCannotOpenFile,
+  kNotAMovie,         // neither "moov" nor "mdat"
+  kDamagedTables,     // a box the reader needs could not be read
+  kEmptyFirstTrack,
+  kZeroTimeScale,
+  kPictureTooLarge,
+  kNoVideoPlugin,
+  kVideoPluginRefused,
+  kNoAudioPlugin,
+  kAudioPluginRefused,
+  kNoMemory,
+};
+struct OpenReport {
+  OpenFailure failure = OpenFailure::kNone;
+  std::uint32_t codecType = 0;
+};
+
 // Opens and parses the file at `path` and starts its plug-ins. 1, with the
-// player open; or 0, with nothing held. The caller has closed any earlier
-// movie and made sure no recording is open.
-std::int32_t openPlayer(Playback& playback, const wchar_t* path);
+// player open; or 0, with nothing held and the reason in *report. The
+// caller has closed any earlier movie and made sure no recording is open.
+std::int32_t openPlayer(Playback& playback, const wchar_t* path, OpenReport* report);
 
 // Picture size code of a width and height in pixels: 176x144 1, 352x288 2,
 // 352x240 3, 720x480 5, 320x240 7, 160x120 8, 128x96 9, 704x576 10,

@@ -186,6 +186,11 @@ void finalizePlugins(EncoderContext& context, codecs::ActivePlugins& active) {
   finalizePlugin(context.audioPlugin, active.audioEncoder);
 }
 
+Mp4Word failStart(StartReport* report, StartFailure failure, Mp4Word result) {
+  report->failure = failure;
+  return result;
+}
+
 }  // namespace
 
 RecordedTrack* videoRecordingTrack(Recorder& recorder) {
@@ -200,39 +205,47 @@ RecordedTrack* audioRecordingTrack(Recorder& recorder) {
 
 bool timestampsDecideDurations(const Recorder& recorder) { return recorder.context.timingMode == 1; }
 
-Mp4Word startEncoder(Recorder& recorder, codecs::PluginRegistry& plugins, EncoderParams& params) {
+Mp4Word startEncoder(Recorder& recorder, codecs::PluginRegistry& plugins, EncoderParams& params,
+                     StartReport* report) {
+  *report = StartReport{};
   EncoderContext& context = recorder.context;
   // A file left open by an earlier context must be closed first, or it
   // would be lost with the context.
-  if (context.outputFile != nullptr) return 0;
+  if (context.outputFile != nullptr) return failStart(report, StartFailure::kEarlierFileOpen, 0);
   context = EncoderContext{};
-  if (!enoughDiskSpace(context)) return 0;
+  if (!enoughDiskSpace(context)) return failStart(report, StartFailure::kDiskFull, 0);
   context.flags = params.flags;
   const Mp4Word video = openVideoEncoder(plugins, params, context);
   if (codecs::pluginFailed(video)) {
+    const bool found = context.videoPlugin != nullptr;
     forgetPlugins(context, plugins.active);
-    return video;
+    report->codecType = params.videoCodecType;
+    return failStart(report, found ? StartFailure::kVideoPluginRefused : StartFailure::kNoVideoPlugin, video);
   }
   const Mp4Word audio = openAudioEncoder(recorder, plugins, params);
   if (codecs::pluginFailed(audio)) {
+    const bool found = context.audioPlugin != nullptr;
     finalizePlugin(context.videoPlugin, plugins.active.videoEncoder);
     forgetPlugins(context, plugins.active);
-    return audio;
+    report->codecType = params.audioCodecType;
+    return failStart(report, found ? StartFailure::kAudioPluginRefused : StartFailure::kNoAudioPlugin, audio);
   }
   context.videoCodecType = params.videoCodecType;
   context.audioCodecType = params.audioCodecType;
   if (!allocateFrameBuffer(context)) {
     finalizePlugins(context, plugins.active);
-    return 0;
+    return failStart(report, StartFailure::kNoMemory, 0);
   }
   recorder.timing = EncodeTiming{true, 0, 0, 0};
   recorder.active.store(true);
   return 1;
 }
 
-std::int32_t createFile(Recorder& recorder, const wchar_t* path) {
+std::int32_t createFile(Recorder& recorder, const wchar_t* path, StartReport* report) {
+  *report = StartReport{};
   EncoderContext& context = recorder.context;
-  if (!recorder.active.load() || context.outputFile != nullptr) return 0;
+  if (!recorder.active.load()) return failStart(report, StartFailure::kNoEncoder, 0);
+  if (context.outputFile != nullptr) return failStart(report, StartFailure::kFileAlreadyOpen, 0);
   // The extension is looked at and then ignored: every file is 3GP.
   (void)codecs::classifyFileExtension(codecs::fileExtension(path));
   context.containerMode = kContainer3gp;
@@ -243,9 +256,10 @@ std::int32_t createFile(Recorder& recorder, const wchar_t* path) {
     context.outputFile = nullptr;
     container::reopenBufferedFile(recorder.file, recorder.buffers, 1, nullptr);
     container::resetRecordedMovie(recorder.movie);
-    return 0;
+    return failStart(report, StartFailure::kNoMemory, 0);
   }
-  return file != nullptr ? 1 : 0;
+  if (file == nullptr) return failStart(report, StartFailure::kCannotCreateFile, 0);
+  return 1;
 }
 
 std::int32_t filePosition(const Recorder& recorder) {
