@@ -263,7 +263,13 @@ MP4LIB_API float getYUV420PSNREx(const int16_t* aY, const int16_t* aU, const int
 
 /* Opens and parses a 3GP/MP4 file, chooses one video and one audio track and
  * starts their codec plug-ins; *params receives the movie parameter block.
- * 1, or 0 (encoder open, file unreadable, first track empty, no plug-in). */
+ * 1, or 0 (encoder open, file unreadable, first track empty, no plug-in).
+ * A file is refused (0) when it asks for more than the library plays, so
+ * that buffers sized from the parameter block stay reasonable: picture
+ * sides (display and decoded) above 8192 pixels; a sound of more than
+ * 384,000 Hz, 8 channels or 32 bits per sample; a sample (or, for sound of
+ * constant sample size, a chunk) of the chosen tracks larger than 64 MiB
+ * that lies in the file. mp4libLastFailure tells which. */
 MP4LIB_API int32_t initDecoder(const wchar_t* path, MovieParams** params);
 
 /* Closes the movie and frees everything initDecoder built. */
@@ -514,8 +520,9 @@ MP4LIB_API int32_t mp4libPluginInfo(int32_t index, Mp4PluginInfo* info);
 
 /* ---- Extensions: why a call failed (src/api/ext_failures.cpp) ------------------
  * initDecoder, initEncoder and createEncodeFile answer only 1 or 0 (or a
- * plug-in's failing value). Each of them also notes why it failed, or that
- * it did not; mp4libLastFailure tells what the last of them noted. */
+ * plug-in's failing value), and closeEncodeFile answers 1 even when the
+ * disk filled up on the way. Each of the four also notes why it failed, or
+ * that it did not; mp4libLastFailure tells what the last of them noted. */
 
 #define MP4LIB_FAILURE_NONE 0               /* the last of the three calls succeeded (or none ran) */
 #define MP4LIB_FAILURE_BUSY 1               /* a recording or a playback is open: one at a time */
@@ -532,9 +539,11 @@ MP4LIB_API int32_t mp4libPluginInfo(int32_t index, Mp4PluginInfo* info);
 #define MP4LIB_FAILURE_NO_MEMORY 12
 #define MP4LIB_FAILURE_DISK_FULL 13         /* 10,000 bytes or less free on the current volume */
 #define MP4LIB_FAILURE_ORDER 14             /* out of order: no initEncoder, or a file still open */
+#define MP4LIB_FAILURE_WRITE 15             /* closeEncodeFile: bytes did not reach the file (disk full?) */
+#define MP4LIB_FAILURE_SIZE_TOO_LARGE 16    /* a sample or audio format beyond the limits of initDecoder */
 
-/* The code (MP4LIB_FAILURE_*) the last initDecoder, initEncoder or
- * createEncodeFile noted. When text is not null it receives a short English
+/* The code (MP4LIB_FAILURE_*) the last initDecoder, initEncoder,
+ * createEncodeFile or closeEncodeFile noted. When text is not null it receives a short English
  * sentence saying why (at most capacity bytes, terminated), e.g. "no audio
  * plug-in for codec type 0x10101014 (AMR)"; empty after a success. */
 MP4LIB_API int32_t mp4libLastFailure(char* text, uint32_t capacity);

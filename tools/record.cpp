@@ -65,15 +65,16 @@ EncoderContext* startRecording(const RecordOptions& options, const Codecs& codec
   return context;
 }
 
-// A recording that failed on the way (ok false) or at the end (closed
-// false). Live recording explains its own failures, the device's or the
-// codec's.
-int explainFailure(const RecordOptions& options, ProgressLine& progress, bool ok, bool closed) {
+// A recording that failed on the way (ok false) or whose file did not get
+// all its bytes (complete false: the disk filled up). Live recording
+// explains its own failures, the device's or the codec's.
+int explainFailure(const RecordOptions& options, ProgressLine& progress, bool ok, bool complete) {
   progress.endLine();
-  if (!ok && !options.live) {
-    std::fprintf(stderr, "mp4lib: encoding failed (the codec plug-in refused a frame or the disk is full)\n");
+  if (!complete) {
+    std::fprintf(stderr, "mp4lib: cannot finish %s: %s\n", options.output.c_str(), lastFailure().c_str());
+  } else if (!ok && !options.live) {
+    std::fprintf(stderr, "mp4lib: encoding failed: the codec plug-in refused a frame\n");
   }
-  if (!closed) std::fprintf(stderr, "mp4lib: cannot finish %s (is the disk full?)\n", options.output.c_str());
   return kRefused;
 }
 
@@ -95,9 +96,11 @@ int record(const RecordOptions& options) {
   const std::string coded = std::to_string(context->codedWidth) + "x" + std::to_string(context->codedHeight);
   const bool ok = options.live ? recordFromInputDevice(recorder, codecs, frameRate, totalMs)
                                : recordFromSources(recorder, codecs, frameRate, totalMs);
-  const bool closed = closeEncodeFile() == 1;
+  // closeEncodeFile closes the file whatever happened; whether every byte
+  // reached it is what it notes.
+  const bool complete = closeEncodeFile() == 1 && mp4libLastFailure(nullptr, 0) != MP4LIB_FAILURE_WRITE;
   finalizeEncoder();
-  if (!ok || !closed) return explainFailure(options, progress, ok, closed);
+  if (!ok || !complete) return explainFailure(options, progress, ok, complete);
   progress.finish(recorder.frames(), recordedMs(recorder, codecs, frameRate));
   std::printf("recorded %s: %u video frames (%s %ux%u, coded %s, %.2f fps), %llu audio blocks (%s%s)\n",
               options.output.c_str(), recorder.frames(), options.video.c_str(), width, height, coded.c_str(),

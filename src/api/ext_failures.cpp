@@ -54,7 +54,11 @@ void noteOpenFailure(LastFailure& last, const playback::OpenReport& report) {
     case OpenFailure::kZeroTimeScale:
       return noteFailure(last, MP4LIB_FAILURE_BAD_TIME_SCALE, "the movie or a track gives a time scale of 0");
     case OpenFailure::kPictureTooLarge:
-      return noteFailure(last, MP4LIB_FAILURE_PICTURE_TOO_LARGE, "the picture is larger than the library plays");
+      return noteFailure(last, MP4LIB_FAILURE_PICTURE_TOO_LARGE,
+                         "the picture is larger than the library plays (8192 pixels a side)");
+    case OpenFailure::kSizeTooLarge:
+      return noteFailure(last, MP4LIB_FAILURE_SIZE_TOO_LARGE,
+                         "a sample or the sound's format is beyond what the library plays");
     case OpenFailure::kNoVideoPlugin:
       return noteCodecFailure(last, MP4LIB_FAILURE_NO_PLUGIN, "no video plug-in", report.codecType);
     case OpenFailure::kVideoPluginRefused:

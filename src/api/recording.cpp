@@ -44,4 +44,16 @@ extern "C" MP4LIB_API int32_t writeVideoFileHeader(uint32_t value, uint8_t rewri
   return recording::writeFileHeader(api::libraryState().recorder, value, rewrite != 0);
 }
 
-extern "C" MP4LIB_API int32_t closeEncodeFile(void) { return recording::closeFile(api::libraryState().recorder); }
+extern "C" MP4LIB_API int32_t closeEncodeFile(void) {
+  api::LibraryState& state = api::libraryState();
+  bool complete = true;
+  const int32_t closed = recording::closeFile(state.recorder, &complete);
+  if (closed == 0) return 0;
+  if (complete) {
+    api::noteFailure(state.lastFailure, MP4LIB_FAILURE_NONE, "");
+  } else {
+    api::noteFailure(state.lastFailure, MP4LIB_FAILURE_WRITE,
+                     "the file could not be written completely (is the disk full?)");
+  }
+  return 1;
+}

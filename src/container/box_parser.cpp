@@ -67,8 +67,9 @@ std::int32_t parseChildren(ParseContext& context, std::uint32_t, std::int64_t of
       consumed += 8;
     }
     if (declared == 0) {
-      // The last box of its parent may leave its size open.
-      boxSize = size - consumed;
+      // The last box of its parent may leave its size open: it runs, header
+      // and all, to the parent's end.
+      boxSize = size - (consumed - 8);
       if (boxSize < 9) break;
     } else if (boxSize < 8) {
       // A box smaller than its own header would never move the loop on.

@@ -36,11 +36,11 @@ void waitUntilSlotIdle(BufferedFile& record, FileBuffer& slot) {
   slotIdle().waitUntil(slotIsIdle, &slot);
 }
 
-// Background thread: writes one full slot out. A short write is lost
-// silently; nobody is waiting for its result.
+// Background thread: writes one full slot out. Nobody waits for its result;
+// a short write only marks the slot, for bytesLost.
 void writeSlotInBackground(void* raw) {
   auto* slot = static_cast<FileBuffer*>(raw);
-  writeOut(slot->base, static_cast<std::size_t>(slot->count), slot->file);
+  if (!writeOut(slot->base, static_cast<std::size_t>(slot->count), slot->file)) slot->lost.store(1);
   slotIdle().notifyAll(markSlotIdle, slot);
 }
 
@@ -63,6 +63,7 @@ int flushWrite(BufferedFile& record, bool inBackground) {
   }
   const bool complete = writeOut(slot.base, static_cast<std::size_t>(held), slot.file);
   resetSlot(slot);
+  if (!complete) record.lostInForeground = true;
   return complete ? 1 : 0;
 }
 
@@ -88,7 +89,10 @@ int writeBufferedOrFail(BufferedFile& record, const void* data, std::uint32_t le
     copyIntoSlot(*record.current, data, length);
     return 1;
   }
-  if (!writeOut(data, length, record.file)) return 0;
+  if (!writeOut(data, length, record.file)) {
+    record.lostInForeground = true;
+    return 0;
+  }
   record.position += length;
   return 1;
 }
@@ -144,6 +148,7 @@ void openSlot(FileBuffer& slot, std::uint8_t* buffer, std::FILE* file) {
   slot.cursor = buffer;
   slot.count = 0;
   slot.busy.store(0);
+  slot.lost.store(0);
 }
 
 }  // namespace
@@ -161,6 +166,7 @@ void openBufferedFile(BufferedFile& record, std::uint8_t* bufferA, std::uint8_t*
   record.position = 0;
   record.idleWaits.store(0);
   record.failedWrites = 0;
+  record.lostInForeground = false;
   if (writeMode != 0) {
     record.write = writeBuffered;
     record.seek = seekWrite;
@@ -172,6 +178,10 @@ void openBufferedFile(BufferedFile& record, std::uint8_t* bufferA, std::uint8_t*
     record.tell = tellRead;
     record.flush = flushRead;
   }
+}
+
+bool bytesLost(const BufferedFile& record) {
+  return record.lostInForeground || record.slotA.lost.load() != 0 || record.slotB.lost.load() != 0;
 }
 
 void waitIdle(BufferedFile& record) {

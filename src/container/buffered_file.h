@@ -27,6 +27,8 @@ struct FileBuffer {
   // 1 while a background thread writes this slot out. Set by the filling
   // thread, cleared by the writing thread.
   std::atomic<std::uint8_t> busy;
+  // 1 once a background write of this slot fell short.
+  std::atomic<std::uint8_t> lost;
 };
 
 struct BufferedFile;
@@ -55,6 +57,8 @@ struct BufferedFile {
   // Writes that returned 0 since opening; lets the box writers' size checks
   // tell a short write from a wrong size.
   std::uint32_t failedWrites;
+  // A flush or direct write of the caller's fell short.
+  bool lostInForeground;
 };
 
 // Fills the record: both slots on `file` with their buffers of `capacity`
@@ -65,6 +69,11 @@ void openBufferedFile(BufferedFile& record, std::uint8_t* bufferA, std::uint8_t*
 
 // Returns once no background write of this record is in flight.
 void waitIdle(BufferedFile& record);
+
+// True once any byte handed to the record failed to reach the file, in the
+// caller's thread or in a background write (which reports to nobody). The
+// file then has a hole: what follows it is not where it was meant to be.
+bool bytesLost(const BufferedFile& record);
 
 // The two buffers of a record, kFileBufferBytes each.
 struct FileBuffers {

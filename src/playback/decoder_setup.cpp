@@ -134,6 +134,37 @@ bool pictureSizesAcceptable(const MovieParams& params) {
          params.decodedWidth <= kMaxPictureSide && params.decodedHeight <= kMaxPictureSide;
 }
 
+bool audioFormatAcceptable(const MovieParams& params) {
+  return params.sampleRate <= kMaxAudioRate && params.channels <= kMaxAudioChannels &&
+         params.bitsPerSample <= kMaxAudioBitsPerSample;
+}
+
+// A sample that lies in the file is read whole; one that does not is
+// refused when it is asked for.
+bool samplesAcceptable(const Player& player, const TrackRecord& track) {
+  if (track.samples == nullptr) return true;
+  const std::int32_t entries = track.sampleCount < track.sampleCapacity ? track.sampleCount : track.sampleCapacity;
+  for (std::int32_t i = 0; i < entries; ++i) {
+    const SampleEntry& entry = track.samples[i];
+    if (entry.size > kMaxSampleBytes && entryInsideFile(player, entry)) return false;
+  }
+  return true;
+}
+
+// The sizes an application allocates from, and the samples the library
+// reads whole, within the limits (whether or not a track is enabled: the
+// parameter block reports them all the same).
+OpenFailure checkLimits(const Player& player) {
+  const MovieParams& params = player.params;
+  if (!pictureSizesAcceptable(params)) return OpenFailure::kPictureTooLarge;
+  if (!audioFormatAcceptable(params)) return OpenFailure::kSizeTooLarge;
+  const MovieContext& movie = player.movie;
+  for (const std::int32_t index : {movie.videoTrackIndex, movie.audioTrackIndex}) {
+    if (index >= 0 && !samplesAcceptable(player, movie.tracks[index])) return OpenFailure::kSizeTooLarge;
+  }
+  return OpenFailure::kNone;
+}
+
 // The RGB buffer takes a converted picture at the display size and, before
 // scaling, at the decoded size; it is made large enough for either.
 bool allocateRgbBuffer(MovieParams& params) {
@@ -170,7 +201,6 @@ OpenFailure startVideo(Playback& playback, OpenReport* report) {
   codecs::ActivePlugins& active = playback.plugins.active;
   TrackRecord& track = player.movie.tracks[player.movie.videoTrackIndex];
   if (player.movie.timeScale == 0 || track.mediaTimeScale == 0) return OpenFailure::kZeroTimeScale;
-  if (!pictureSizesAcceptable(params)) return OpenFailure::kPictureTooLarge;
   if (track.timeRunCount == 1) {
     track.frameDurationMs =
         static_cast<float>(track.timeRuns[0].delta) * 1000.0f / static_cast<float>(track.mediaTimeScale);
@@ -319,6 +349,8 @@ std::int32_t openPlayer(Playback& playback, const wchar_t* path, OpenReport* rep
   if (player.movie.timeScale == 0) return failSetUp(playback, report, OpenFailure::kZeroTimeScale);
 
   chooseTracks(player);
+  const OpenFailure limits = checkLimits(player);
+  if (limits != OpenFailure::kNone) return failSetUp(playback, report, limits);
   if (params.videoEnabled) {
     const OpenFailure video = startVideo(playback, report);
     if (video != OpenFailure::kNone) return failSetUp(playback, report, video);

@@ -18,6 +18,7 @@ enum class OpenFailure {
   kEmptyFirstTrack,
   kZeroTimeScale,
   kPictureTooLarge,
+  kSizeTooLarge,      // a sample or the audio format beyond the limits in player.h
   kNoVideoPlugin,
   kVideoPluginRefused,
   kNoAudioPlugin,

@@ -21,9 +21,14 @@ namespace mp4lib::playback {
 // Track decoding reads audio in slices of at most this many bytes.
 constexpr std::uint32_t kAudioSliceBytes = 2048;
 
-// Pictures larger than this on either side are refused at set-up (pixels):
-// the file's sizes decide buffer sizes.
-constexpr std::uint32_t kMaxPictureSide = 8192;
+// What initDecoder accepts. The application sizes its buffers from what the
+// parameter block reports and the library reads samples whole, so a file
+// cannot ask for more than this:
+constexpr std::uint32_t kMaxPictureSide = 8192;            // pixels, display and decoded
+constexpr std::uint32_t kMaxSampleBytes = 64u << 20;       // one sample (or chunk) of a played track
+constexpr std::uint32_t kMaxAudioRate = 384000;            // Hz
+constexpr std::uint32_t kMaxAudioChannels = 8;
+constexpr std::uint32_t kMaxAudioBitsPerSample = 32;
 
 struct PlaybackState {
   bool videoEnabled = false;

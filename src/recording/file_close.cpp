@@ -107,13 +107,14 @@ std::uint32_t settleTracks(Recorder& recorder) {
 
 }  // namespace
 
-std::int32_t closeFile(Recorder& recorder) {
+std::int32_t closeFile(Recorder& recorder, bool* complete) {
+  *complete = true;
   auto* output = static_cast<std::FILE*>(recorder.context.outputFile);
   if (output == nullptr) return 0;
   container::BufferedFile& file = recorder.file;
   if (!is3gpMode(recorder.context.containerMode)) {
     container::waitIdle(file);
-    std::fclose(output);
+    *complete = std::fclose(output) == 0;
     forgetFile(recorder);
     return 1;
   }
@@ -125,7 +126,9 @@ std::int32_t closeFile(Recorder& recorder) {
   container::writeU32(file, static_cast<std::uint32_t>(movie.mdatPayloadSize + container::kMdatHeaderSize));
   file.flush(file, false);
   container::waitIdle(file);
-  std::fclose(output);
+  // Buffered by the C library until fclose, the last bytes may fail there.
+  const bool closed = std::fclose(output) == 0;
+  *complete = closed && !container::bytesLost(file);
   forgetFile(recorder);
   return 1;
 }

@@ -9,6 +9,8 @@
 namespace mp4lib::recording {
 
 // closeEncodeFile: 1 when a file was open (closed now), 0 when none was.
-std::int32_t closeFile(Recorder& recorder);
+// *complete tells whether every byte of the file reached it (a short write
+// does not change the result).
+std::int32_t closeFile(Recorder& recorder, bool* complete);
 
 }  // namespace mp4lib::recording

@@ -44,6 +44,9 @@ bool store3gp(Recorder& recorder, platform::CriticalSection& writeLock, SampleKi
   std::uint32_t offset = 0;
   {
     platform::Lock hold(writeLock);
+    // Once bytes were lost the samples after them would not lie where their
+    // offsets say: a store that can refuse does.
+    if (onFailure == WriteFailure::kRefuse && container::bytesLost(file)) return false;
     offset = static_cast<std::uint32_t>(file.tell(file));  // chunk offsets are 32-bit
     const bool written = file.write(file, data, size) != 0;
     if (!written && onFailure == WriteFailure::kRefuse) return false;

@@ -31,8 +31,9 @@ bool readyToStore(Recorder& recorder, SampleKind kind);
 
 // Stores one sample; readyToStore must have said yes. In a raw stream an
 // audio block is framed with `ts` and the byte counter grows by the framing
-// too when `countFraming` is set. False only for kRefuse when a write
-// failed.
+// too when `countFraming` is set. False only for kRefuse when the write
+// failed, or when an earlier write of the file (in the background, too) had
+// lost bytes.
 bool storeSample(Recorder& recorder, platform::CriticalSection& writeLock, SampleKind kind, const std::uint8_t* data,
                  std::uint32_t size, std::uint32_t ts, WriteFailure onFailure, bool countFraming);
 

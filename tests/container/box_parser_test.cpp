@@ -114,16 +114,34 @@ TEST(BoxParser, LastBoxOfSizeZeroRunsToItsParentsEnd) {
   EXPECT_EQ(parsed.track(0).samples[0].size, 9u);
 }
 
-TEST(BoxParser, TopLevelMediaDataOfSizeZeroIsMeasuredFromTheParentSize) {
-  // The open box's size is the parent's size minus what was consumed
-  // including its header, and its payload 8 less again.
+TEST(BoxParser, TopLevelMediaDataOfSizeZeroRunsToTheEndOfTheFile) {
+  // The open box takes the rest of its parent, here the file: its header
+  // and all 100 bytes of payload.
   const Bytes moov = movieWith(videoTrack(test::videoEntry("s263", 176, 144)));
   const Bytes file = concat({test::ftyp(), moov, test::openBox("mdat", Bytes(100, 0x33))});
   ParsedMovie parsed(file);
   ASSERT_EQ(parsed.status, 0);
   const std::uint64_t start = 24 + moov.size();
   EXPECT_EQ(parsed.movie->mdatOffset, start + 8);
-  EXPECT_EQ(parsed.movie->mdatPayloadSize, 100u - 8u);
+  EXPECT_EQ(parsed.movie->mdatPayloadSize, 100u);
+}
+
+TEST(BoxParser, ChunkOffsetsOfSizeZeroAtTheEndOfTheTableAreRead) {
+  // "stco" as the last box of "stbl" with its size left open: every offset
+  // is read, none is cut off.
+  const Bytes offsets = test::stco({1000, 2000, 3000});
+  const Bytes openOffsets = concat({ByteWriter().u32(0).text("stco"), Bytes(offsets.begin() + 8, offsets.end())});
+  const Bytes stbl = box("stbl", concat({test::stsd({test::videoEntry("s263", 176, 144)}), test::stts({{3, 1000}}),
+                                          test::stsc({{1, 1, 1}}), test::stsz(0, 3, {10, 20, 30}), openOffsets}));
+  const Bytes track = box("trak", concat({test::tkhd(1, 200, 176, 144), box("mdia", concat({test::mdhd(15000, 3000),
+                                                                                             test::hdlr("mhlr", "vide", {}),
+                                                                                             box("minf", stbl)}))}));
+  const Bytes file = concat({test::ftyp(), mdatOf(16), box("moov", concat({test::mvhd(1000, 200), track}))});
+  ParsedMovie parsed(file);
+  ASSERT_EQ(parsed.status, 0);
+  ASSERT_EQ(parsed.track(0).sampleCount, 3);
+  EXPECT_EQ(parsed.track(0).samples[2].offset, 3000u);
+  EXPECT_EQ(parsed.track(0).samples[2].size, 30u);
 }
 
 TEST(BoxParser, MediaDataFirstStopsRightAfterTheMovie) {

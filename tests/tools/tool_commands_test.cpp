@@ -330,3 +330,30 @@ TEST_F(ToolCommands, CodecLibrariesStayQuietWithoutVerbose) {
 
 }  // namespace
 }  // namespace mp4lib::test
+
+namespace mp4lib::test {
+namespace {
+
+// ---- A disk that fills up ------------------------------------------------------
+
+#ifndef _WIN32
+// A 100 KiB file system (a tmpfs, where the machine lets the test mount one):
+// 10 s of recording do not fit, and the tool says so instead of reporting a
+// finished movie.
+TEST_F(ToolCommands, RecordingOnAFullDiskFailsAndSaysWhy) {
+  const auto mountPoint = folder / "small-disk";
+  std::filesystem::create_directories(mountPoint);
+  if (!interop::run("mount -t tmpfs -o size=100k tmpfs " + quoted(mountPoint) + " 2>/dev/null")) {
+    GTEST_SKIP() << "this machine does not let the test mount a tmpfs";
+  }
+  const ToolRun run = tool("record --seconds 10 " + quoted(mountPoint / "m.3gp"));
+  interop::run("umount " + quoted(mountPoint));
+  EXPECT_EQ(run.status, 1) << run.err;
+  EXPECT_EQ(run.out, "");
+  EXPECT_NE(run.err.find("cannot finish " + (mountPoint / "m.3gp").string()), std::string::npos) << run.err;
+  EXPECT_NE(run.err.find("is the disk full?"), std::string::npos) << run.err;
+}
+#endif
+
+}  // namespace
+}  // namespace mp4lib::test
