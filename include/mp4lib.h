@@ -297,7 +297,9 @@ MP4LIB_API int32_t isStreamEnd(void);
 
 /* Decodes video entry `entry` (from the preceding key frame when needed).
  * yuv: byte planar YUV 4:2:0 at the decoded size, or null; *size: picture
- * bytes from the plug-in; *timeMs: the entry's time. 1, or 0. */
+ * bytes from the plug-in; *timeMs: the entry's time. 1, or 0 (also when the
+ * same entry is asked again and the picture the plug-in holds is smaller than
+ * the announced size; nothing is copied then). */
 MP4LIB_API int32_t decode_video_track(int32_t entry, uint8_t* yuv, uint32_t* size, uint32_t* timeMs);
 /* As decode_video_track, and *durationMs the entry's duration. 1, or 0. */
 MP4LIB_API int32_t decode_video_trackEx(int32_t entry, uint8_t* yuv, uint32_t* size, uint32_t* timeMs,
@@ -310,7 +312,9 @@ MP4LIB_API Mp4Word decode_audio_track(int32_t entry, uint8_t* pcm, uint32_t* pcm
 
 /* Entry `entry` as RGB24 at the display size (resized when the parameter
  * block asks for it); *size = width x height x 3. 1, or 0 (entry outside the
- * track, nothing decoded). */
+ * track, nothing decoded). Every RGB call also fails, writing nothing, when
+ * the decoded picture is smaller than the size the movie announces; a larger
+ * one is converted from its top-left corner. */
 MP4LIB_API int32_t decode_RGB24_video_track(int32_t entry, uint8_t* rgb, uint32_t* size, uint32_t* timeMs);
 /* As decode_RGB24_video_track in RGB16; *size = width x height x 2. */
 MP4LIB_API int32_t decode_RGB16_video_track(int32_t entry, uint8_t* rgb, uint32_t* size, uint32_t* timeMs);

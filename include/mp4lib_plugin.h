@@ -329,6 +329,24 @@ typedef struct AudioDecoderConfig {
  *   frame = the bytes of one frame (codec id 13: the unit with start code
  *   0xB6, or at initDecoder the stream header, which configures the decoder);
  *   p3 = 0, reserved. Never decodes pixels.
+ *
+ * The picture a video decoder hands out. Its size is the one the stream
+ * decoded to, which a file can set apart from the size its sample
+ * description announced (decodedWidth x decodedHeight). A nineteenth entry
+ * point, optional, tells it:
+ *
+ * getDecodeSize(width, height) -> 1, or 0 when there is no picture
+ *   width, height = uint32_t* receiving the size in pixels of the picture
+ *   getDecodeYUV describes. Its Y plane holds `height` rows of `pitch`
+ *   bytes, its U and V planes height / 2 rows of pitch / 2 bytes.
+ *
+ * The library converts and copies only what the picture holds: when the
+ * picture (or its pitch) is smaller than the announced size in either
+ * direction, the RGB calls and the repeated-entry copy of
+ * decode_video_track fail (0) and leave the caller's buffer as it was; a
+ * larger picture is taken at the announced size from its top-left corner.
+ * A plug-in that does not export getDecodeSize promises pictures of exactly
+ * the announced size. The plug-ins that come with mp4lib export it.
  */
 /*
  * The plug-ins that come with mp4lib (plugins/) add these choices:
@@ -369,6 +387,7 @@ typedef Mp4Word (*Mp4PluginFinalizeFn)(Mp4Word reserved);
 typedef Mp4Word (*Mp4PluginCodeFn)(Mp4Word a, Mp4Word b, Mp4Word c, Mp4Word d, Mp4Word e);
 typedef Mp4Word (*Mp4PluginPlanesFn)(Mp4Word y, Mp4Word u, Mp4Word v, Mp4Word pitch, Mp4Word chromaPitch);
 typedef Mp4Word (*Mp4PluginHeaderFn)(Mp4Word frame, Mp4Word length, Mp4Word p3);
+typedef Mp4Word (*Mp4PluginSizeFn)(Mp4Word width, Mp4Word height);
 
 /* Declarations a plug-in implements (define MP4LIB_BUILDING_PLUGIN first). */
 #ifdef MP4LIB_BUILDING_PLUGIN
@@ -390,6 +409,7 @@ MP4LIB_PLUGIN_EXPORT Mp4Word getFrameTime(void);
 MP4LIB_PLUGIN_EXPORT Mp4Word getDecodeYUV(Mp4Word y, Mp4Word u, Mp4Word v, Mp4Word pitch, Mp4Word chromaPitch);
 MP4LIB_PLUGIN_EXPORT Mp4Word getReconYUV(Mp4Word y, Mp4Word u, Mp4Word v, Mp4Word pitch, Mp4Word chromaPitch);
 MP4LIB_PLUGIN_EXPORT Mp4Word decodeFrameHeader(Mp4Word frame, Mp4Word length, Mp4Word p3);
+MP4LIB_PLUGIN_EXPORT Mp4Word getDecodeSize(Mp4Word width, Mp4Word height); /* optional */
 #endif
 
 #ifdef __cplusplus

@@ -241,6 +241,13 @@ Mp4Word AvVideoCodec::getDecodeYUV(Mp4Word y, Mp4Word u, Mp4Word v, Mp4Word pitc
   return decoded_.handOut(y, u, v, pitch, chromaPitch);
 }
 
+Mp4Word AvVideoCodec::getDecodeSize(Mp4Word width, Mp4Word height) {
+  if (decoded_.empty() || width == 0 || height == 0) return 0;
+  *reinterpret_cast<std::uint32_t*>(width) = decoded_.width;
+  *reinterpret_cast<std::uint32_t*>(height) = decoded_.height;
+  return 1;
+}
+
 void AvVideoCodec::finalizeDecode() {
   decoder_.reset();
   decoded_ = Picture{};

@@ -51,6 +51,7 @@ class AvVideoCodec : public PluginCodec {
   Mp4Word initDecode(Mp4Word vendorHeader, Mp4Word movieParams) override;
   Mp4Word decode(Mp4Word unit, Mp4Word length, Mp4Word wanted, Mp4Word pictureSize, Mp4Word startCode) override;
   Mp4Word getDecodeYUV(Mp4Word y, Mp4Word u, Mp4Word v, Mp4Word pitch, Mp4Word chromaPitch) override;
+  Mp4Word getDecodeSize(Mp4Word width, Mp4Word height) override;
   void finalizeDecode() override;
 
  protected:

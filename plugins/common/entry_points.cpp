@@ -1,4 +1,4 @@
-// The eighteen exports of a codec plug-in, forwarding to its PluginCodec.
+// The eighteen exports of a codec plug-in and the optional getDecodeSize, forwarding to its PluginCodec.
 #define MP4LIB_BUILDING_PLUGIN
 #include <exception>
 
@@ -74,6 +74,10 @@ MP4LIB_PLUGIN_EXPORT Mp4Word getDecodeYUV(Mp4Word y, Mp4Word u, Mp4Word v, Mp4Wo
 
 MP4LIB_PLUGIN_EXPORT Mp4Word getReconYUV(Mp4Word y, Mp4Word u, Mp4Word v, Mp4Word pitch, Mp4Word chromaPitch) {
   return guarded([&] { return pluginCodec().getReconYUV(y, u, v, pitch, chromaPitch); });
+}
+
+MP4LIB_PLUGIN_EXPORT Mp4Word getDecodeSize(Mp4Word width, Mp4Word height) {
+  return guarded([&] { return pluginCodec().getDecodeSize(width, height); });
 }
 
 MP4LIB_PLUGIN_EXPORT Mp4Word decodeFrameHeader(Mp4Word frame, Mp4Word length, Mp4Word p3) {

@@ -29,6 +29,7 @@ class PluginCodec {
   virtual Mp4Word decode(Mp4Word, Mp4Word, Mp4Word, Mp4Word, Mp4Word) { return 0; }
   virtual Mp4Word getDecodeYUV(Mp4Word, Mp4Word, Mp4Word, Mp4Word, Mp4Word) { return 0; }
   virtual Mp4Word getReconYUV(Mp4Word, Mp4Word, Mp4Word, Mp4Word, Mp4Word) { return 0; }
+  virtual Mp4Word getDecodeSize(Mp4Word, Mp4Word) { return 0; }
   virtual Mp4Word decodeFrameHeader(Mp4Word, Mp4Word, Mp4Word) { return MP4LIB_FRAME_NONE; }
 };
 

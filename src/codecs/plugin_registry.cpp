@@ -55,6 +55,7 @@ void askIdentity(CodecPlugin& plugin) {
 bool loadPlugin(PluginRegistry& registry, const std::wstring& path) {
   CodecPlugin& plugin = registry.table[registry.count];
   plugin = CodecPlugin{};
+  registry.getDecodeSize[registry.count] = nullptr;
   plugin.module = platform::loadLibrary(path.c_str());
   if (plugin.module == nullptr) return false;
   bindEntryPoints(plugin);
@@ -64,6 +65,7 @@ bool loadPlugin(PluginRegistry& registry, const std::wstring& path) {
     return false;
   }
   askIdentity(plugin);
+  registry.getDecodeSize[registry.count] = bindEntry<Mp4PluginSizeFn>(plugin.module, "getDecodeSize");
   ++registry.count;
   return true;
 }
@@ -99,6 +101,13 @@ void unloadCodecPlugins(PluginRegistry& registry) {
 
 CodecPlugin* codecPluginAt(PluginRegistry& registry, int index) {
   return index >= 0 && index < registry.count ? &registry.table[index] : nullptr;
+}
+
+Mp4PluginSizeFn decodeSizeEntry(const PluginRegistry& registry, const CodecPlugin* plugin) {
+  for (int i = 0; i < registry.count; ++i) {
+    if (&registry.table[i] == plugin) return plugin->module != nullptr ? registry.getDecodeSize[i] : nullptr;
+  }
+  return nullptr;
 }
 
 CodecPlugin* findCodecPluginByType(PluginRegistry& registry, std::uint32_t codecType) {

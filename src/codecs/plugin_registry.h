@@ -47,8 +47,11 @@ struct ActivePlugins {
 };
 
 // Room for ten plug-ins; discovery stops loading when the table is full.
+// Entry points beyond the eighteen of the plug-in record sit beside it, one
+// row per plug-in.
 struct PluginRegistry {
   CodecPlugin table[MP4LIB_MAX_PLUGINS] = {};
+  Mp4PluginSizeFn getDecodeSize[MP4LIB_MAX_PLUGINS] = {};
   int count = 0;
   ActivePlugins active;
 };
@@ -62,6 +65,9 @@ void discoverCodecPluginsBeside(PluginRegistry& registry, const wchar_t* moduleF
 void unloadCodecPlugins(PluginRegistry& registry);
 
 CodecPlugin* codecPluginAt(PluginRegistry& registry, int index);  // null outside 0..count-1
+// The plug-in's optional getDecodeSize, or null (also for a plug-in that is
+// not in the table).
+Mp4PluginSizeFn decodeSizeEntry(const PluginRegistry& registry, const CodecPlugin* plugin);
 // First plug-in in table order whose codec type equals `codecType`, or null.
 CodecPlugin* findCodecPluginByType(PluginRegistry& registry, std::uint32_t codecType);
 

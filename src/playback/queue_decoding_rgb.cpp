@@ -14,7 +14,9 @@ Mp4Word decodeQueuedRgb(Playback& playback, RgbFormat format, std::uint8_t* rgb,
   const Mp4Word result = decodeQueuedVideo(playback, nullptr, timeMs, durationMs);
   if (codecs::pluginFailed(result)) return result;
   DecodedPlanes planes;
-  if (!fetchDecodedPlanes(playback.plugins, &planes) || target == nullptr) return result;
+  if (!fetchDecodedPlanes(playback, &planes) || target == nullptr) return result;
+  // A picture smaller than the coded size is not converted: the call fails.
+  if (!planesHold(planes, params.decodedWidth, params.decodedHeight)) return 0;
   const auto codedWidth = static_cast<std::int32_t>(params.decodedWidth);
   const auto codedHeight = static_cast<std::int32_t>(params.decodedHeight);
   convertPlanes(planes, format, playback.rgb16Method, codedWidth, codedHeight, target);

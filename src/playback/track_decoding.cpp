@@ -89,13 +89,13 @@ bool decodeNewEntry(Playback& playback, const container::TrackRecord& track, std
 }
 
 // The picture the plug-in still holds, copied out as byte planar 4:2:0 at
-// the decoded size.
-void copyDecodedPicture(Playback& playback, std::uint8_t* yuv) {
+// the decoded size. False, with nothing copied, when the picture is smaller.
+bool copyDecodedPicture(Playback& playback, std::uint8_t* yuv) {
   DecodedPlanes planes;
   const MovieParams& params = playback.player.params;
   const std::uint32_t width = params.decodedWidth;
   const std::uint32_t height = params.decodedHeight;
-  if (!fetchDecodedPlanes(playback.plugins, &planes) || planes.pitch < width) return;
+  if (!fetchDecodedPlanes(playback, &planes) || !planesHold(planes, width, height)) return false;
   for (std::uint32_t row = 0; row < height; ++row) {
     std::memcpy(yuv + std::size_t{row} * width, planes.y + std::size_t{row} * planes.pitch, width);
   }
@@ -107,6 +107,7 @@ void copyDecodedPicture(Playback& playback, std::uint8_t* yuv) {
     std::memcpy(u + std::size_t{row} * chromaWidth, planes.u + std::size_t{row} * chromaPitch, chromaWidth);
     std::memcpy(v + std::size_t{row} * chromaWidth, planes.v + std::size_t{row} * chromaPitch, chromaWidth);
   }
+  return true;
 }
 
 void reportVideoTime(const container::TrackRecord& track, std::int32_t entry, std::uint32_t* timeMs,
@@ -158,12 +159,24 @@ bool readAudioSlice(Playback& playback, const container::TrackRecord& track, std
 
 }  // namespace
 
-bool fetchDecodedPlanes(codecs::PluginRegistry& plugins, DecodedPlanes* planes) {
-  const CodecPlugin* plugin = codecs::loaded(plugins.active.videoDecoder);
+bool fetchDecodedPlanes(Playback& playback, DecodedPlanes* planes) {
+  const CodecPlugin* plugin = codecs::loaded(playback.plugins.active.videoDecoder);
   if (plugin == nullptr || plugin->getDecodeYUV == nullptr) return false;
   plugin->getDecodeYUV(address(&planes->y), address(&planes->u), address(&planes->v), address(&planes->pitch),
                        address(&planes->chromaPitch));
-  return planes->y != nullptr && planes->u != nullptr && planes->v != nullptr;
+  if (planes->y == nullptr || planes->u == nullptr || planes->v == nullptr) return false;
+  const Mp4PluginSizeFn size = codecs::decodeSizeEntry(playback.plugins, plugin);
+  if (size != nullptr) {
+    if (size(address(&planes->width), address(&planes->height)) == 0) return false;
+  } else {
+    planes->width = playback.player.params.decodedWidth;
+    planes->height = playback.player.params.decodedHeight;
+  }
+  return true;
+}
+
+bool planesHold(const DecodedPlanes& planes, std::uint32_t width, std::uint32_t height) {
+  return planes.width >= width && planes.height >= height && planes.pitch >= width;
 }
 
 std::int32_t decodeVideoEntry(Playback& playback, std::int32_t entry, std::uint8_t* yuv, std::uint32_t* size,
@@ -173,8 +186,8 @@ std::int32_t decodeVideoEntry(Playback& playback, std::int32_t entry, std::uint8
   PlaybackState& state = playback.player.playback;
   if (entry != state.lastVideoEntry) {
     if (!decodeNewEntry(playback, *track, entry, yuv, size)) return 0;
-  } else if (yuv != nullptr) {
-    copyDecodedPicture(playback, yuv);
+  } else if (yuv != nullptr && !copyDecodedPicture(playback, yuv)) {
+    return 0;  // the plug-in's picture does not hold the announced size
   }
   reportVideoTime(*track, entry, timeMs, durationMs);
   state.lastVideoEntry = entry;

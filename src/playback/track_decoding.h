@@ -23,15 +23,24 @@ std::int32_t decodeVideoEntry(Playback& playback, std::int32_t entry, std::uint8
 Mp4Word decodeAudioEntry(Playback& playback, std::int32_t entry, std::uint8_t* pcm, std::uint32_t* pcmLength,
                          std::uint32_t* timeMs, std::uint32_t* bytesLeft);
 
-// The decoded picture's planes as the video plug-in hands them out.
+// The decoded picture's planes as the video plug-in hands them out, and the
+// size of the picture they hold.
 struct DecodedPlanes {
   std::uint8_t* y = nullptr;
   std::uint8_t* u = nullptr;
   std::uint8_t* v = nullptr;
   std::uint32_t pitch = 0;        // luma row pitch, bytes
   std::uint32_t chromaPitch = 0;  // the plug-in's fifth value; not used
+  std::uint32_t width = 0;        // pixels
+  std::uint32_t height = 0;
 };
-// False when no video decoder is in use or it has no picture.
-bool fetchDecodedPlanes(codecs::PluginRegistry& plugins, DecodedPlanes* planes);
+// False when no video decoder is in use or it has no picture. The picture's
+// size is what the plug-in's getDecodeSize tells; a plug-in without it
+// promises the announced size (decodedWidth x decodedHeight).
+bool fetchDecodedPlanes(Playback& playback, DecodedPlanes* planes);
+
+// Whether the picture holds a region of width x height pixels from its
+// top-left corner (its pitch too).
+bool planesHold(const DecodedPlanes& planes, std::uint32_t width, std::uint32_t height);
 
 }  // namespace mp4lib::playback

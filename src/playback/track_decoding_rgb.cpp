@@ -14,13 +14,15 @@ bool entryInTrack(Player& player, std::int32_t entry) {
   return track != nullptr && entry >= 0 && entry < track->sampleCount;
 }
 
-// Decodes the entry and fetches its planes.
+// Decodes the entry and fetches its planes, which must hold the decoded
+// size the conversions read.
 bool decodeForRgb(Playback& playback, std::int32_t entry, std::uint32_t* timeMs, std::uint32_t* durationMs,
                   DecodedPlanes* planes) {
   if (!entryInTrack(playback.player, entry)) return false;
   std::uint32_t pictureBytes = 0;
   if (decodeVideoEntry(playback, entry, nullptr, &pictureBytes, timeMs, durationMs) == 0) return false;
-  return fetchDecodedPlanes(playback.plugins, planes);
+  const MovieParams& params = playback.player.params;
+  return fetchDecodedPlanes(playback, planes) && planesHold(*planes, params.decodedWidth, params.decodedHeight);
 }
 
 void putSize(std::uint32_t* out, std::uint32_t value) {
