@@ -175,7 +175,8 @@ std::int32_t readElementaryStreamDescriptor(ParseContext& context, std::uint32_t
         platform::release(codec.extraData);
         codec.extraData = static_cast<std::uint8_t*>(platform::allocate(length));
         codec.extraDataSize = codec.extraData != nullptr ? length : 0;
-        if (codec.extraData != nullptr) readBlock(in, codec.extraData, length);
+        if (codec.extraData == nullptr) return -1;  // out of memory: the movie is not opened
+        readBlock(in, codec.extraData, length);
       }
     }
   }
@@ -195,7 +196,7 @@ std::int32_t readSvq3Extension(ParseContext& context, std::uint32_t type, std::i
   platform::release(codec.extraData);
   codec.extraDataSize = 0;
   codec.extraData = static_cast<std::uint8_t*>(platform::allocateZeroed(static_cast<std::size_t>(size + kHeaderRoom), 1));
-  if (codec.extraData == nullptr) return skipPayload(context, type, offset, size);
+  if (codec.extraData == nullptr) return -1;  // out of memory: the movie is not opened
   codec.extraDataSize = static_cast<std::uint32_t>(size + kHeaderRoom);
   std::memcpy(codec.extraData, "SVQ3", 4);
   if (size > 0) readBlock(context.in, codec.extraData + kHeaderRoom, static_cast<std::uint32_t>(size));

@@ -164,7 +164,7 @@ std::int32_t readDecodingTimes(ParseContext& context, std::uint32_t, std::int64_
   // A count the box cannot hold leaves the track without a time table.
   if (count < 1 || std::int64_t{count} * 8 > tableRoom(context, offset, size, 4)) return 0;
   auto* runs = static_cast<TimeRun*>(platform::allocate(static_cast<std::size_t>(count) * sizeof(TimeRun)));
-  if (runs == nullptr) return 0;
+  if (runs == nullptr) return -1;  // out of memory: the movie is not opened
   platform::release(track->timeRuns);
   track->timeRuns = runs;
   track->timeRunCount = count;
@@ -189,7 +189,7 @@ std::int32_t readSampleToChunk(ParseContext& context, std::uint32_t, std::int64_
   if (count < 1 || std::int64_t{count} * 12 > tableRoom(context, offset, size, 4)) return 0;
   auto* runs = static_cast<SampleToChunkRun*>(
       platform::allocate(static_cast<std::size_t>(count) * sizeof(SampleToChunkRun)));
-  if (runs == nullptr) return 0;
+  if (runs == nullptr) return -1;  // out of memory: the movie is not opened
   platform::release(track->stscRuns);
   track->stscRuns = runs;
   track->stscRunCount = count;

@@ -22,7 +22,8 @@ std::int32_t readTrack(ParseContext& context, std::uint32_t type, std::int64_t o
   if (movie.trackCount >= kMaxTracks) return skipPayload(context, type, offset, size);
   TrackRecord& track = movie.tracks[movie.trackCount++];
   if (track.codec == nullptr) track.codec = static_cast<CodecDescriptor*>(platform::allocateZeroed(1, sizeof(CodecDescriptor)));
-  if (track.codec != nullptr) track.codec->kind = MP4LIB_KIND_PENDING;
+  if (track.codec == nullptr) return -1;  // out of memory: the movie is not opened
+  track.codec->kind = MP4LIB_KIND_PENDING;
   return parseChildren(context, type, offset, size);
 }
 

@@ -20,5 +20,7 @@ void release(void* block);
 void failAllocationForTesting(std::uint64_t n);
 // Allocations made through the functions above since the process started.
 std::uint64_t allocationCount();
+// Blocks allocated through the functions above and not yet released.
+std::int64_t liveBlockCount();
 
 }  // namespace mp4lib::platform

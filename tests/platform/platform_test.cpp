@@ -137,6 +137,21 @@ TEST(Memory, TheAllocationAskedForFailsAndNoOther) {
   release(third);
 }
 
+TEST(Memory, CountsTheBlocksStillHeld) {
+  const std::int64_t before = liveBlockCount();
+  void* a = allocate(8);
+  void* b = reallocate(nullptr, 8);  // a new block
+  b = reallocate(b, 64);             // the same block, moved
+  EXPECT_EQ(liveBlockCount(), before + 2);
+  release(a);
+  release(b);
+  release(nullptr);
+  EXPECT_EQ(liveBlockCount(), before);
+  failAllocationForTesting(1);
+  EXPECT_EQ(allocate(8), nullptr);
+  EXPECT_EQ(liveBlockCount(), before);  // a failed allocation holds nothing
+}
+
 TEST(Memory, CountsEveryAllocation) {
   const std::uint64_t before = allocationCount();
   release(allocate(1));
