@@ -1,5 +1,5 @@
 // Findings the library does not handle yet; each has its reproducer in
-// fuzz/corpus/playback/ (file names starting "finding-") and a case in
+// fuzz/corpus/ (file names starting "finding-") and a case in
 // tests/malformed/ that is skipped while it is open. Meanwhile the fuzz targets
 // steer around them, so that a bounded run (CI) looks for new ones. With
 // MP4LIB_SHOW_KNOWN_FINDINGS=1 in the environment they do not, for long
@@ -21,6 +21,10 @@
 // F5  Tables nested 40 boxes deep are skipped (the parser stops at depth 32),
 //     so such a file is refused.
 //     F3 to F5 are no crashes and need no detour.
+// F6  A recording whose video plug-in reports a frame rate of 0 gets a video
+//     media time scale of 0 (1000 x frame rate), and the reader refuses the
+//     file it wrote. Reproducer in fuzz/corpus/recording/.
+//     Detour: the recording target records at 1 frame a second instead.
 #pragma once
 
 #include <cstdlib>

@@ -28,7 +28,7 @@ namespace {
 
 // Bytes the target allocates for one picture at most; movies announcing a
 // larger one are decoded without a picture buffer.
-constexpr std::uint64_t kLargestPicture = 1u << 22;
+constexpr std::uint64_t kLargestPicture = 1u << 20;
 // Random access across more entries than this would re-decode too much per
 // input; such tracks are read from their start only.
 constexpr std::uint32_t kRandomAccessEntries = 300;

@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdlib>
 #include <set>
 
 #include "mp4lib_plugin.h"
@@ -614,6 +615,11 @@ void addPictureSizes(Cases& cases) {
 }
 
 }  // namespace
+
+bool showKnownFindings() {
+  const char* show = std::getenv("MP4LIB_SHOW_KNOWN_FINDINGS");
+  return show != nullptr && show[0] == '1';
+}
 
 std::vector<MalformedCase> malformedCases() {
   Cases cases;

@@ -53,4 +53,8 @@ struct MalformedCase {
 
 std::vector<MalformedCase> malformedCases();
 
+// MP4LIB_SHOW_KNOWN_FINDINGS=1 runs the tests of open findings too (to see
+// one fail, or to check a fix); they are skipped otherwise.
+bool showKnownFindings();
+
 }  // namespace mp4lib::malformed

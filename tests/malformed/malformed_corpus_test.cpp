@@ -241,13 +241,6 @@ void writeFile(const fs::path& path, const Bytes& bytes) {
       .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
-// MP4LIB_SHOW_KNOWN_FINDINGS=1 runs the files of open findings too (to see
-// one fail, or to check a fix).
-bool showKnownFindings() {
-  const char* show = std::getenv("MP4LIB_SHOW_KNOWN_FINDINGS");
-  return show != nullptr && show[0] == '1';
-}
-
 class MalformedCorpus : public ::testing::TestWithParam<MalformedCase> {
  protected:
   void SetUp() override {
