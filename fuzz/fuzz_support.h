@@ -1,13 +1,13 @@
 // Small helpers shared by the whole-API fuzz targets.
 #pragma once
 
+#include <unistd.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
-
-#include <unistd.h>
 
 namespace mp4lib::fuzz {
 

@@ -36,8 +36,7 @@ class InstantWaveDevices final : public platform::WaveDevices {
                            platform::WaveWindow window, std::uint32_t instance, std::uint32_t flags) override;
   std::uint32_t waveInPrepareHeader(platform::WaveHandle handle, platform::WaveHeader* header,
                                     std::uint32_t size) override;
-  std::uint32_t waveInAddBuffer(platform::WaveHandle handle, platform::WaveHeader* header,
-                                std::uint32_t size) override;
+  std::uint32_t waveInAddBuffer(platform::WaveHandle handle, platform::WaveHeader* header, std::uint32_t size) override;
   std::uint32_t waveInStart(platform::WaveHandle handle) override;
   std::uint32_t waveInStop(platform::WaveHandle handle) override;
   std::uint32_t waveInReset(platform::WaveHandle handle) override;

@@ -109,7 +109,9 @@ class Recorder {
   }
 
   void run() {
-    for (int call = 0; call < kMostCalls && !script_.done(); ++call) perform(static_cast<Call>(script_.byte() % kCallCount));
+    for (int call = 0; call < kMostCalls && !script_.done(); ++call) {
+      perform(static_cast<Call>(script_.byte() % kCallCount));
+    }
     if (fileOpen_) closeFile();
     if (waveInOpen_) closeWaveIn();
     dropCapturedBlocks();
@@ -435,8 +437,9 @@ void requireVideoReadsBack(const ClosedFile& file) {
     std::uint32_t size = 0, time = 0;
     const std::int32_t decoded = decode_video_track(static_cast<std::int32_t>(entry), nullptr, &size, &time);
     require(decoded == 1 || file.video[entry].empty(), "every stored video sample decodes");
-    if (decoded == 1) require(handedToVideoDecoder == expectedDecoderInput(file, file.video[entry]),
-                              "each video entry holds exactly the bytes stored");
+    if (decoded == 1)
+      require(handedToVideoDecoder == expectedDecoderInput(file, file.video[entry]),
+              "each video entry holds exactly the bytes stored");
   }
   plugin->decodeHook = nullptr;
 }

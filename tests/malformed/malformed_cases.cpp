@@ -105,7 +105,9 @@ std::string hex(std::uint32_t value) {
   return text;
 }
 
-std::uint32_t firstSampleOffset() { return static_cast<std::uint32_t>(writeMovie(validMovie()).place("mdat").payloadStart); }
+std::uint32_t firstSampleOffset() {
+  return static_cast<std::uint32_t>(writeMovie(validMovie()).place("mdat").payloadStart);
+}
 
 // ---- Truncation at every box boundary ----------------------------------------------
 // A file cut at a box's start, payload or end. A track gets its samples once
@@ -152,7 +154,7 @@ Movie validWithSize(const std::string& path, SizeForm form, std::uint32_t given 
 // the movie is the valid one. The same holds for the 16-byte header with a
 // 64-bit size (size field 1), which is legal anywhere.
 void addSizesOfLastBoxes(Cases& cases) {
-  const std::string lastBoxes[] = {"moov", kAudioTrak, kAudioTrak + "/mdia", kAudioTrak + "/mdia/minf",
+  const std::string lastBoxes[] = {"moov",     kAudioTrak,          kAudioTrak + "/mdia", kAudioTrak + "/mdia/minf",
                                    kAudioStbl, kAudioStbl + "/stco"};
   for (const std::string& path : lastBoxes) {
     const bool shortPayload = path == kAudioStbl + "/stco";
@@ -162,7 +164,8 @@ void addSizesOfLastBoxes(Cases& cases) {
     cases.add(path + " size FFFFFFFF", validWithSize(path, SizeForm::kGiven, kMax32), asValid());
     cases.add(path + " 64-bit size", validWithSize(path, SizeForm::kLarge), asValid());
   }
-  for (const std::string& path : {kVideoTrak, kVideoStbl, kVideoStbl + "/stsz", kVideoStbl + "/stco", std::string("mdat")}) {
+  for (const std::string& path :
+       {kVideoTrak, kVideoStbl, kVideoStbl + "/stsz", kVideoStbl + "/stco", std::string("mdat")}) {
     cases.add(path + " 64-bit size", validWithSize(path, SizeForm::kLarge), asValid());
   }
 }
@@ -245,7 +248,8 @@ void addSmallCounts(Cases& cases) {
   with(oneAudio, check(Check::kAudioHolds, 0, 0, audioSample(0)));
   cases.add("audio stsz count 1", validWithBox(kAudioStbl + "/stsz", stszBox(0, 1, {32})), oneAudio);
   // No chunk offsets: the sizes still make 3 frames (placed nowhere).
-  cases.add("video stco count 0", validWithBox(kVideoStbl + "/stco", stcoBox({})), opensWith(kVideoSamples, kAudioSamples));
+  cases.add("video stco count 0", validWithBox(kVideoStbl + "/stco", stcoBox({})),
+            opensWith(kVideoSamples, kAudioSamples));
   // One chunk for 3 samples: the run is placed for that chunk, entry 0 is
   // the first sample.
   Expected oneChunk = opensWith(kVideoSamples, kAudioSamples);
@@ -351,7 +355,8 @@ void addTimeScales(Cases& cases) {
   Expected noDuration = opensWith(kVideoSamples, kAudioSamples);
   with(noDuration, check(Check::kVideoMs, 0));
   cases.add("video tkhd duration 0", validWithField(kVideoTrak + "/tkhd", 20, 0), noDuration);
-  cases.add("movie duration FFFFFFFF", validWithField("moov/mvhd", 16, kMax32), opensWith(kVideoSamples, kAudioSamples));
+  cases.add("movie duration FFFFFFFF", validWithField("moov/mvhd", 16, kMax32),
+            opensWith(kVideoSamples, kAudioSamples));
   // Two runs, 1 x 100 then 2 x 50: entry 2 is at 100 + 50 = 150 ms, entry
   // 1 at 100; 120 ms lies in the second run, 20 units into it: entry 1.
   Expected twoRuns = opensWith(kVideoSamples, kAudioSamples);
@@ -378,8 +383,8 @@ void addChunkPlaces(Cases& cases) {
   Expected intoMoov = opensWith(kVideoSamples, kAudioSamples);
   with(intoMoov, check(Check::kVideoShows, 0, 0, videoSample(0)));
   with(intoMoov, check(Check::kVideoShows, 2, 0, videoSample(2)));
-  cases.add("video chunk inside moov", videoAt(first, static_cast<std::uint32_t>(valid.place("moov").start), first + 26),
-            intoMoov);
+  cases.add("video chunk inside moov",
+            videoAt(first, static_cast<std::uint32_t>(valid.place("moov").start), first + 26), intoMoov);
   // Entry 1 past the end of the file, at the very end, at FFFFFFFF, or
   // running over the end: it cannot be read (0); the others can.
   for (std::uint32_t outside : {size + 100, size, kMax32, size - 5}) {
@@ -400,7 +405,8 @@ void addChunkPlaces(Cases& cases) {
   Expected hugeVideo = opensWith(kVideoSamples, kAudioSamples);
   with(hugeVideo, check(Check::kVideoShows, 0, 0, videoSample(0)));
   with(hugeVideo, check(Check::kVideoUnreadable, 1));
-  cases.add("video sample size FFFFFFFF", validWithBox(kVideoStbl + "/stsz", stszBox(0, 3, {13, kMax32, 13})), hugeVideo);
+  cases.add("video sample size FFFFFFFF", validWithBox(kVideoStbl + "/stsz", stszBox(0, 3, {13, kMax32, 13})),
+            hugeVideo);
   Expected hugeAudio = opensWith(kVideoSamples, kAudioSamples);
   with(hugeAudio, check(Check::kAudioHolds, 0, 0, audioSample(0)));
   with(hugeAudio, check(Check::kAudioUnreadable, 1));
@@ -490,8 +496,8 @@ void addAmrFrameSizes(Cases& cases) {
 Box vendorBox(std::uint32_t revision, std::uint32_t flags) {
   Bytes payload;
   putType(payload, "WMVH");
-  for (std::uint32_t word : {0x00010000u | revision, 0u, 0u, kWidth, kHeight, 3u, flags, 10u, 0u, 0u,
-                             MP4LIB_CODEC_TYPE_H263}) {
+  for (std::uint32_t word :
+       {0x00010000u | revision, 0u, 0u, kWidth, kHeight, 3u, flags, 10u, 0u, 0u, MP4LIB_CODEC_TYPE_H263}) {
     put32(payload, word);
   }
   // The last four words are in the writer's (little-endian) order.
@@ -604,14 +610,16 @@ void addPictureSizes(Cases& cases) {
   cases.add("pictures larger than announced",
             withVideoSamples({sizedVideoSample(0, 32, 24), sizedVideoSample(1, 32, 24), sizedVideoSample(2, 32, 24)}),
             opensWith(kVideoSamples, kAudioSamples));
-  cases.add("pictures with fewer rows",
-            writeMovie(withVideoSamples({sizedVideoSample(0, 16, 4), sizedVideoSample(1, 16, 4),
-                                         sizedVideoSample(2, 16, 4)})).bytes,
-            opensWith(kVideoSamples, kAudioSamples), "F1");
-  cases.add("pictures smaller than announced",
-            writeMovie(withVideoSamples({sizedVideoSample(0, 8, 6), sizedVideoSample(1, 8, 6),
-                                         sizedVideoSample(2, 8, 6)})).bytes,
-            opensWith(kVideoSamples, kAudioSamples), "F2");
+  cases.add(
+      "pictures with fewer rows",
+      writeMovie(withVideoSamples({sizedVideoSample(0, 16, 4), sizedVideoSample(1, 16, 4), sizedVideoSample(2, 16, 4)}))
+          .bytes,
+      opensWith(kVideoSamples, kAudioSamples), "F1");
+  cases.add(
+      "pictures smaller than announced",
+      writeMovie(withVideoSamples({sizedVideoSample(0, 8, 6), sizedVideoSample(1, 8, 6), sizedVideoSample(2, 8, 6)}))
+          .bytes,
+      opensWith(kVideoSamples, kAudioSamples), "F2");
 }
 
 }  // namespace

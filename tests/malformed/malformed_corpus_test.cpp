@@ -119,9 +119,7 @@ void expectCheck(const MovieParams& params, const Check& check) {
   bool ok = false;
   switch (check.kind) {
     case Check::kVideoShows: return expectVideoShows(params, check);
-    case Check::kVideoUnreadable:
-      EXPECT_EQ(decode_video_track(a, nullptr, &size, &time), 0) << "entry " << a;
-      return;
+    case Check::kVideoUnreadable: EXPECT_EQ(decode_video_track(a, nullptr, &size, &time), 0) << "entry " << a; return;
     case Check::kAudioHolds:
       EXPECT_EQ(readAudioEntry(a, &ok), check.bytes) << "audio entry " << a;
       EXPECT_TRUE(ok) << "audio entry " << a;
@@ -166,7 +164,8 @@ void decodeVideoEntries(const MovieParams& params, std::uint32_t count) {
   ExactBuffer yuv(bytes <= kLargestPicture ? bytes : 0);
   std::uint8_t* picture = bytes <= kLargestPicture ? yuv.data() : nullptr;
   const std::int64_t last = static_cast<std::int64_t>(count) - 1;
-  for (std::int64_t entry : {std::int64_t{0}, last, std::int64_t{1}, std::int64_t{1}, std::int64_t{count}, std::int64_t{-1}}) {
+  for (std::int64_t entry :
+       {std::int64_t{0}, last, std::int64_t{1}, std::int64_t{1}, std::int64_t{count}, std::int64_t{-1}}) {
     std::uint32_t size = 0, time = 0, duration = 0;
     decode_video_trackEx(static_cast<std::int32_t>(entry), picture, &size, &time, &duration);
   }
@@ -198,8 +197,9 @@ void decodeAudioEntries(std::uint32_t count) {
 }
 
 void decodeQueues(const MovieParams& params) {
-  const std::uint64_t rgbPixels = (params.lowFlagBits & 1) != 0 ? std::uint64_t{params.width} * params.height
-                                                               : std::uint64_t{params.decodedWidth} * params.decodedHeight;
+  const std::uint64_t rgbPixels = (params.lowFlagBits & 1) != 0
+                                      ? std::uint64_t{params.width} * params.height
+                                      : std::uint64_t{params.decodedWidth} * params.decodedHeight;
   const std::uint64_t picture = yuvBytes(params.decodedWidth, params.decodedHeight);
   const bool pictures = picture <= kLargestPicture && rgbPixels * 3 <= kLargestPicture;
   ExactBuffer yuv(pictures ? picture : 0), rgb24(pictures ? rgbPixels * 3 : 0), rgb16(pictures ? rgbPixels * 2 : 0);

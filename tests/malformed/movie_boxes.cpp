@@ -107,8 +107,9 @@ class Writer {
   std::string pathOf(const std::string& parent, const std::string& type) {
     const std::string plain = parent.empty() ? type : parent + "/" + type;
     const int index = seen_[plain]++;
-    return index == 0 ? plain : parent.empty() ? type + "#" + std::to_string(index)
-                                               : parent + "/" + type + "#" + std::to_string(index);
+    if (index == 0) return plain;
+    const std::string numbered = type + "#" + std::to_string(index);
+    return parent.empty() ? numbered : parent + "/" + numbered;
   }
 
   void writeBox(const Box& box, const std::string& parent) {

@@ -80,8 +80,8 @@ Box tkhdBox(std::uint32_t trackId, std::uint32_t duration, std::uint32_t width, 
   put32(fields, 0);
   put32(fields, duration);
   append(fields, zeros(8));
-  put16(fields, 0);  // layer
-  put16(fields, 0);  // alternate group
+  put16(fields, 0);                        // layer
+  put16(fields, 0);                        // alternate group
   put16(fields, width == 0 ? 0x0100 : 0);  // volume: audio only
   put16(fields, 0);
   append(fields, unityMatrix());
@@ -220,8 +220,8 @@ Box videoTrak(int track, const std::vector<Bytes>& samples) {
 
 Box audioTrak(int track, const std::vector<Bytes>& samples) {
   const auto count = static_cast<std::uint32_t>(samples.size());
-  Box stbl = container("stbl", {stsdBox(samrEntry()), sttsBox({{count, 160}}), stscBox({{1, 1, 1}}),
-                                stszOf(samples), stcoOfTrack(track)});
+  Box stbl = container("stbl", {stsdBox(samrEntry()), sttsBox({{count, 160}}), stscBox({{1, 1, 1}}), stszOf(samples),
+                                stcoOfTrack(track)});
   Box minf = container("minf", {fullBox("smhd", 0, zeros(4)), dinfBox(), stbl});
   Box mdia = container("mdia", {mdhdBox(8000, 160 * count), hdlrBox("soun"), minf});
   return container("trak", {tkhdBox(static_cast<std::uint32_t>(track) + 1, 20 * count, 0, 0), mdia});
