@@ -32,7 +32,6 @@ constexpr std::uint64_t kLargestPicture = 1u << 20;
 // Random access across more entries than this would re-decode too much per
 // input; such tracks are read from their start only.
 constexpr std::uint32_t kRandomAccessEntries = 300;
-constexpr int kQueueRounds = 40;
 constexpr std::uint32_t kAudioCapacity = 4096;
 
 struct Counts {
@@ -181,13 +180,13 @@ std::uint64_t queueRgbBytes(const MovieParams& params, std::uint32_t pixelBytes)
   return rgbBytes(params.decodedWidth, params.decodedHeight, pixelBytes);
 }
 
-void decodeQueues(const MovieParams& params) {
+void decodeQueues(const MovieParams& params, int rounds) {
   const std::uint64_t pictureBytes = yuvBytes(params.decodedWidth, params.decodedHeight);
   const std::uint64_t rgb24Bytes = queueRgbBytes(params, 3), rgb16Bytes = queueRgbBytes(params, 2);
   const bool pictures = affordable(pictureBytes) && affordable(rgb24Bytes);
   ExactBuffer yuv(pictures ? pictureBytes : 0), rgb24(pictures ? rgb24Bytes : 0), rgb16(pictures ? rgb16Bytes : 0);
   ExactBuffer pcm(kAudioCapacity);
-  for (int round = 0; round < kQueueRounds; ++round) {
+  for (int round = 0; round < rounds; ++round) {
     std::uint32_t time = 0, duration = 0, length = pcm.size();
     decodeVideo(pictures ? yuv.data() : nullptr, &time);
     decodeVideoEx(nullptr, &time, &duration);
@@ -282,7 +281,12 @@ void play(const MovieParams& params) {
     decodeRgbEntries(params, counts.video);
   }
   if (params.audioEnabled) decodeAudioEntries(counts.audio);
-  decodeQueues(params);
+  decodeQueues(params, 30);
+  // Back to the start with samples still queued, then on from there.
+  Mp4WaveOutHandle handle = nullptr;
+  require(resetDecoder(&handle) == 1, "resetDecoder succeeds with a movie open");
+  decodeQueues(params, 10);
+  closeWaveOut();
   seekEverywhere(params, counts.video);
   if (params.audioEnabled) playThroughWaveOut(*devices, params);
 }
