@@ -421,10 +421,11 @@ Mp4Word keepDecodedBytes(Mp4Word in, Mp4Word length, Mp4Word, Mp4Word, Mp4Word) 
 
 // What the video plug-in receives for a sample: H.263 the whole sample;
 // MPEG-4 visual its start-code units, which together are the whole sample
-// when it begins with a start code, and nothing otherwise.
+// when it begins with a start code (00 00 01 and the code's own byte), and
+// nothing otherwise.
 Sample expectedDecoderInput(const ClosedFile& file, const Sample& sample) {
   if (file.videoCodecType != MP4LIB_CODEC_TYPE_MPEG4V) return sample;
-  const bool startCode = sample.size() >= 3 && sample[0] == 0 && sample[1] == 0 && sample[2] == 1;
+  const bool startCode = sample.size() >= 4 && sample[0] == 0 && sample[1] == 0 && sample[2] == 1;
   return startCode ? sample : Sample{};
 }
 
@@ -437,9 +438,11 @@ void requireVideoReadsBack(const ClosedFile& file) {
     std::uint32_t size = 0, time = 0;
     const std::int32_t decoded = decode_video_track(static_cast<std::int32_t>(entry), nullptr, &size, &time);
     require(decoded == 1 || file.video[entry].empty(), "every stored video sample decodes");
-    if (decoded == 1)
-      require(handedToVideoDecoder == expectedDecoderInput(file, file.video[entry]),
-              "each video entry holds exactly the bytes stored");
+    if (decoded == 1 && handedToVideoDecoder != expectedDecoderInput(file, file.video[entry])) {
+      std::fprintf(stderr, "%s: video entry %zu of %zu: %zu bytes stored, the plug-in got %zu\n", file.path.c_str(),
+                   entry, file.video.size(), file.video[entry].size(), handedToVideoDecoder.size());
+      require(false, "each video entry holds exactly the bytes stored");
+    }
   }
   plugin->decodeHook = nullptr;
 }
