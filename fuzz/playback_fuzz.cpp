@@ -253,11 +253,12 @@ void playSome(InstantWaveDevices& devices, Mp4WaveOutHandle handle, int blocks) 
 
 void playThroughWaveOut(InstantWaveDevices& devices, const MovieParams& params) {
   static Mp4WaveTarget target{};
+  const auto channels = static_cast<std::uint16_t>(params.channels);
+  require(openWaveOut(0, &target, params.bitsPerSample, params.sampleRate, channels) == 1, "openWaveOut opens");
+  // A second open closes the first device.
   Mp4WaveOutHandle handle = nullptr;
-  if (openWaveOutEx(0, &target, params.bitsPerSample, params.sampleRate, static_cast<std::uint16_t>(params.channels),
-                    &handle) != 1) {
-    return;
-  }
+  require(openWaveOutEx(0, &target, params.bitsPerSample, params.sampleRate, channels, &handle) == 1 && handle != nullptr,
+          "openWaveOutEx opens and hands out the handle");
   playSome(devices, handle, 24);
   Mp4WaveHeader stranger{};
   processWaveOut(handle, &stranger);  // not one of the device's: ignored
