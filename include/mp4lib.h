@@ -78,7 +78,9 @@ MP4LIB_API uint32_t convertDWORDToLittleEndian(uint32_t x);
  * and allocates the frame buffer; *context receives the library's
  * EncoderContext. 1, 0, or a failing plug-in's result. Refused while a
  * decoder or another encoder context is active, or while a file of an
- * earlier context is still open. */
+ * earlier context is still open, and 0 when the video plug-in reports a
+ * frame rate no video time scale (1000 x the rate) can hold: below 0.001
+ * or above 2,147,483 frames a second. */
 MP4LIB_API Mp4Word initEncoder(EncoderParams* params, EncoderContext** context);
 
 /* Creates the output file (any extension; always 3GP) and prepares its
@@ -545,6 +547,7 @@ MP4LIB_API int32_t mp4libPluginInfo(int32_t index, Mp4PluginInfo* info);
 #define MP4LIB_FAILURE_ORDER 14             /* out of order: no initEncoder, or a file still open */
 #define MP4LIB_FAILURE_WRITE 15             /* closeEncodeFile: bytes did not reach the file (disk full?) */
 #define MP4LIB_FAILURE_SIZE_TOO_LARGE 16    /* a sample or audio format beyond the limits of initDecoder */
+#define MP4LIB_FAILURE_FRAME_RATE 17        /* initEncoder: a frame rate below 0.001 or above 2,147,483 a second */
 
 /* The code (MP4LIB_FAILURE_*) the last initDecoder, initEncoder,
  * createEncodeFile or closeEncodeFile noted. When text is not null it receives a short English

@@ -7,6 +7,9 @@
 #   windows  64-bit Windows DLLs, cross-compiled with mingw-w64, run under wine
 #   install  the install tree and the Debian package, with the examples built
 #            against each (find_package and pkg-config) and run
+#   fuzz     the libFuzzer targets (clang), about a minute each over their
+#            corpus, and the recorded files of the recording corpus through
+#            ffprobe (FUZZ_SECONDS=n sets the minutes' length)
 # Usage: scripts/test-all.sh [leg ...]   (default: all legs)
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -14,7 +17,7 @@ cd "$(dirname "$0")/.."
 PACKAGES="cmake make g++ pkg-config libasound2-dev libgtest-dev libbenchmark-dev ffmpeg libavcodec-dev libopencore-amrnb-dev
           libpng-dev libstb-dev
           g++-arm-linux-gnueabihf qemu-user mingw-w64 wine wine64 pulseaudio pulseaudio-utils libasound2-plugins
-          dpkg-dev gcovr"
+          dpkg-dev gcovr clang libclang-rt-dev"
 
 install_packages() {
   if [ "$(id -u)" != 0 ]; then
@@ -156,10 +159,42 @@ leg_install() {
   SUMMARY+=("install: passed in $((SECONDS - start)) s")
 }
 
+# Each target runs over a scratch copy of its corpus (new inputs land there,
+# not in fuzz/corpus); any crash, leak, timeout or broken promise fails the
+# leg and leaves the input in build-fuzz/work/<target>/findings/.
+FUZZ_SECONDS=${FUZZ_SECONDS:-60}
+run_fuzzer() {
+  local binary=$1 target=$2
+  shift 2
+  local work=build-fuzz/work/$target
+  rm -rf "$work"
+  mkdir -p "$work/corpus" "$work/findings"
+  echo "--- $target: $FUZZ_SECONDS s ---"
+  "$binary" -max_total_time="$FUZZ_SECONDS" -max_len=65536 -timeout=30 -print_final_stats=1 \
+    -artifact_prefix="$work/findings/" "$@" "$work/corpus" "fuzz/corpus/$target" 2>"$work/log" ||
+    { tail -n 60 "$work/log"; echo "fuzz: $target found something, see $work/findings/"; return 1; }
+  grep -E "^stat::number_of_executed_units" "$work/log"
+}
+
+leg_fuzz() {
+  local start=$SECONDS
+  echo "=== fuzz: configure and build ==="
+  cmake -S fuzz -B build-fuzz -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ >build-fuzz.configure.log 2>&1 ||
+    { cat build-fuzz.configure.log; return 1; }
+  cmake --build build-fuzz -j"$JOBS"
+  echo "=== fuzz: run ==="
+  run_fuzzer build-fuzz/box_parser_fuzz box_parser -dict=fuzz/boxes.dict
+  run_fuzzer build-fuzz/playback/playback_fuzz playback -dict=fuzz/boxes.dict
+  run_fuzzer build-fuzz/recording/recording_fuzz recording
+  echo "=== fuzz: recorded files through ffprobe ==="
+  build-fuzz/recording/recording_ffprobe_check fuzz/corpus/recording/*
+  SUMMARY+=("fuzz: passed in $((SECONDS - start)) s")
+}
+
 install_packages
 start_sound_server
 LEGS=("$@")
-[ ${#LEGS[@]} -gt 0 ] || LEGS=(native tsan arm windows install)
+[ ${#LEGS[@]} -gt 0 ] || LEGS=(native tsan arm windows install fuzz)
 for leg in "${LEGS[@]}"; do
   "leg_$leg"
 done

@@ -91,6 +91,9 @@ void noteStartFailure(LastFailure& last, const recording::StartReport& report) {
     case StartFailure::kAudioPluginRefused:
       return noteCodecFailure(last, MP4LIB_FAILURE_PLUGIN_REFUSED, "the audio plug-in refused the parameters",
                               report.codecType);
+    case StartFailure::kUnrecordableFrameRate:
+      return noteFailure(last, MP4LIB_FAILURE_FRAME_RATE,
+                         "the video plug-in reports a frame rate that cannot be recorded (0.001 to 2,147,483 a second)");
     case StartFailure::kNoMemory: return noteFailure(last, MP4LIB_FAILURE_NO_MEMORY, "out of memory");
     case StartFailure::kNoEncoder:
       return noteFailure(last, MP4LIB_FAILURE_ORDER, "initEncoder has not started a recording");

@@ -186,6 +186,14 @@ void finalizePlugins(EncoderContext& context, codecs::ActivePlugins& active) {
   finalizePlugin(context.audioPlugin, active.audioEncoder);
 }
 
+// The video track's time scale is 1000 x the frame rate in whole units: a
+// rate that gives none (below 0.001 frames a second, or not a number) or
+// more than a 32-bit signed time scale makes a file no reader accepts.
+bool recordableFrameRate(double frameRate) {
+  const double timeScale = 1000.0 * frameRate;
+  return timeScale >= 1.0 && timeScale <= static_cast<double>(INT32_MAX);
+}
+
 Mp4Word failStart(StartReport* report, StartFailure failure, Mp4Word result) {
   report->failure = failure;
   return result;
@@ -229,6 +237,10 @@ Mp4Word startEncoder(Recorder& recorder, codecs::PluginRegistry& plugins, Encode
     forgetPlugins(context, plugins.active);
     report->codecType = params.audioCodecType;
     return failStart(report, found ? StartFailure::kAudioPluginRefused : StartFailure::kNoAudioPlugin, audio);
+  }
+  if (recording(context, MP4LIB_RECORD_VIDEO) && !recordableFrameRate(context.frameRate)) {
+    finalizePlugins(context, plugins.active);
+    return failStart(report, StartFailure::kUnrecordableFrameRate, 0);
   }
   context.videoCodecType = params.videoCodecType;
   context.audioCodecType = params.audioCodecType;

@@ -20,6 +20,7 @@ enum class StartFailure {
   kVideoPluginRefused,
   kNoAudioPlugin,
   kAudioPluginRefused,
+  kUnrecordableFrameRate,  // the video plug-in reports a rate no time scale holds
   kNoMemory,
   kNoEncoder,        // createEncodeFile before initEncoder
   kFileAlreadyOpen,

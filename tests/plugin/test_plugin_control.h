@@ -73,7 +73,10 @@ typedef struct TestPluginControl {
   uint32_t framesEncoded;
 
   /* Default frame header: byte 0 'K' is a key frame, anything else inter. */
-  /* Default audio decode copies its input; video decode keeps nothing. */
+  /* Default audio decode copies its input; video decode keeps nothing,
+   * except in variants built with TEST_PLUGIN_SIZED_PICTURES, whose video
+   * decode makes a picture of the size written in the sample (see
+   * test_plugin.c) and hands it out through the planes below. */
 
   /* Planes handed out by getDecodeYUV and getReconYUV (null = no picture). */
   uint8_t* planeY;
@@ -83,6 +86,10 @@ typedef struct TestPluginControl {
 
   int callCount; /* calls recorded, capped at TEST_PLUGIN_MAX_CALLS */
   TestPluginCall calls[TEST_PLUGIN_MAX_CALLS];
+
+  /* Sized-picture variants only: nonzero makes every picture the size
+   * announced at initDecode, whatever the sample says (0). */
+  int keepAnnouncedSize;
 } TestPluginControl;
 
 typedef TestPluginControl* (*TestPluginControlFn)(void);
