@@ -5,14 +5,14 @@ namespace mp4lib::codecs {
 namespace {
 
 Mp4Word openForEncoding(PluginRegistry& registry, std::uint32_t codecType, std::uint32_t encodeOption) {
-  CodecPlugin* plugin = findCodecPluginByType(registry, codecType);
+  CodecPlugin* plugin = findCodecPlugin(registry, codecType, MP4LIB_CATEGORY_AUDIO);
   registry.active.audioEncoder = plugin;
   if (plugin == nullptr || plugin->initEncode == nullptr) return 0;
   return plugin->initEncode(encodeOption, 0);
 }
 
 Mp4Word openForDecoding(PluginRegistry& registry, std::uint32_t codecType, const AudioDecoderConfig& trackConfig) {
-  CodecPlugin* plugin = findCodecPluginByType(registry, codecType);
+  CodecPlugin* plugin = findCodecPlugin(registry, codecType, MP4LIB_CATEGORY_AUDIO);
   registry.active.audioDecoder = plugin;
   if (plugin == nullptr || plugin->initDecode == nullptr) return 0;
   if (plugin->codecType == MP4LIB_CODEC_TYPE_AAC) return plugin->initDecode(reinterpret_cast<Mp4Word>(&trackConfig), 0);

@@ -119,4 +119,12 @@ CodecPlugin* findCodecPluginByType(PluginRegistry& registry, std::uint32_t codec
   return nullptr;
 }
 
+CodecPlugin* findCodecPlugin(PluginRegistry& registry, std::uint32_t codecType, std::uint32_t category) {
+  for (int i = 0; i < registry.count; ++i) {
+    CodecPlugin& plugin = registry.table[i];
+    if (plugin.module != nullptr && plugin.codecType == codecType && plugin.codecCategory == category) return &plugin;
+  }
+  return nullptr;
+}
+
 }  // namespace mp4lib::codecs

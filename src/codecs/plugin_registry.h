@@ -70,5 +70,10 @@ CodecPlugin* codecPluginAt(PluginRegistry& registry, int index);  // null outsid
 Mp4PluginSizeFn decodeSizeEntry(const PluginRegistry& registry, const CodecPlugin* plugin);
 // First plug-in in table order whose codec type equals `codecType`, or null.
 CodecPlugin* findCodecPluginByType(PluginRegistry& registry, std::uint32_t codecType);
+// The same among the plug-ins of one category (MP4LIB_CATEGORY_VIDEO or
+// _AUDIO): a file or a caller naming an audio codec type for its pictures
+// (or the other way round) finds none, rather than a plug-in that would
+// read and write its buffers by the other kind's rules.
+CodecPlugin* findCodecPlugin(PluginRegistry& registry, std::uint32_t codecType, std::uint32_t category);
 
 }  // namespace mp4lib::codecs

@@ -11,6 +11,10 @@ namespace mp4lib::container {
 
 // Containers: the parse loop over the payload's child boxes.
 std::int32_t parseChildren(ParseContext& context, std::uint32_t type, std::int64_t offset, std::int64_t size);
+// The same, for children that may run past `size` up to the file offset
+// `limit` (the end of the box that holds them), but no further.
+std::int32_t parseChildrenWithin(ParseContext& context, std::uint32_t type, std::int64_t offset, std::int64_t size,
+                                 std::int64_t limit);
 // Boxes the reader has no use for, and types the table does not name.
 std::int32_t skipPayload(ParseContext& context, std::uint32_t type, std::int64_t offset, std::int64_t size);
 

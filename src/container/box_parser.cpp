@@ -1,5 +1,7 @@
 #include "container/box_parser.h"
 
+#include <algorithm>
+
 #include <cstdio>
 
 #include "container/box_handlers.h"
@@ -42,7 +44,12 @@ std::int32_t skipPayload(ParseContext& context, std::uint32_t, std::int64_t, std
   return 0;
 }
 
-std::int32_t parseChildren(ParseContext& context, std::uint32_t, std::int64_t offset, std::int64_t size) {
+std::int32_t parseChildren(ParseContext& context, std::uint32_t type, std::int64_t offset, std::int64_t size) {
+  return parseChildrenWithin(context, type, offset, size, size < 0 ? -1 : offset + size);
+}
+
+std::int32_t parseChildrenWithin(ParseContext& context, std::uint32_t, std::int64_t offset, std::int64_t size,
+                                 std::int64_t limit) {
   const bool wholeFile = size < 0;
   if (wholeFile) size = kWholeFile;
   if (size < 8) return 0;
@@ -80,6 +87,10 @@ std::int32_t parseChildren(ParseContext& context, std::uint32_t, std::int64_t of
     if (payloadOffset > kPositionLimit) break;
     std::int64_t payloadSize = boxSize - 8;
     if (payloadSize > kPositionLimit - payloadOffset) payloadSize = kPositionLimit - payloadOffset;
+    // A box is read no further than its parent's end: one that claims more
+    // would have every level above it read the same bytes again, twice as
+    // often at each level.
+    if (limit >= 0 && payloadSize > limit - payloadOffset) payloadSize = std::max<std::int64_t>(limit - payloadOffset, 0);
     status = handlerFor(type)(context, type, payloadOffset, payloadSize);
     // Whatever a handler read (a name it had no use for, a table cut short),
     // the next box starts where this one ends.

@@ -1,6 +1,7 @@
 // Handlers of the sample description ("stsd") and of the codec boxes found
 // inside its entries: "esds" (MPEG-4 decoder configuration) and "SMI "
 // (SVQ3 extension).
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -78,7 +79,9 @@ void describeSound(ParseContext& context, CodecDescriptor& codec, std::int64_t e
     skipInput(in, 16);
     // The children's size is 8 bytes short of the entry's rest (size - 60);
     // a child's own size still carries it to its end.
-    if (entrySize >= kSoundEntryV1Bytes + 1) parseEntryBoxes(context, tag, entryStart + kSoundEntryV1Bytes, entrySize - 60);
+    if (entrySize >= kSoundEntryV1Bytes + 1) {
+      parseChildrenWithin(context, tag, entryStart + kSoundEntryV1Bytes, entrySize - 60, entryStart + entrySize);
+    }
   } else if (tag == fourcc("mp4a")) {
     parseEntryBoxes(context, tag, entryStart + kSoundEntryBytes, entrySize - kSoundEntryBytes);
   } else {
@@ -135,7 +138,8 @@ std::int32_t readSampleDescription(ParseContext& context, std::uint32_t, std::in
     track->codec->codecTag = readBE32(in);
     skipInput(in, 8);  // reserved, data reference index
     if (entrySize < kEntryHeaderBytes) break;
-    describeEntry(context, *track->codec, entryStart, entrySize);
+    // An entry is read no further than the end of its box.
+    describeEntry(context, *track->codec, entryStart, std::min(entrySize, end - entryStart));
     entryStart += entrySize;
   }
   return 0;

@@ -316,9 +316,10 @@ std::uint32_t pictureSizeCode(std::uint32_t width, std::uint32_t height) {
 
 CodecPlugin* chooseVideoPlugin(codecs::PluginRegistry& plugins, std::uint32_t videoCodecCode,
                                std::uint32_t descriptionCode) {
-  if (CodecPlugin* plugin = codecs::findCodecPluginByType(plugins, videoCodecCode)) return plugin;
-  if (CodecPlugin* plugin = codecs::findCodecPluginByType(plugins, byteSwapped(videoCodecCode))) return plugin;
-  return codecs::findCodecPluginByType(plugins, descriptionCode);
+  constexpr std::uint32_t kVideo = MP4LIB_CATEGORY_VIDEO;
+  if (CodecPlugin* plugin = codecs::findCodecPlugin(plugins, videoCodecCode, kVideo)) return plugin;
+  if (CodecPlugin* plugin = codecs::findCodecPlugin(plugins, byteSwapped(videoCodecCode), kVideo)) return plugin;
+  return codecs::findCodecPlugin(plugins, descriptionCode, kVideo);
 }
 
 std::int32_t openPlayer(Playback& playback, const wchar_t* path, OpenReport* report) {

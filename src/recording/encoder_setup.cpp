@@ -32,7 +32,7 @@ bool recording(const EncoderContext& context, std::uint32_t flag) { return (cont
 // initEncode fills the picture fields of the context.
 Mp4Word openVideoEncoder(codecs::PluginRegistry& plugins, EncoderParams& params, EncoderContext& context) {
   if (!recording(context, MP4LIB_RECORD_VIDEO)) return 1;
-  CodecPlugin* plugin = codecs::findCodecPluginByType(plugins, params.videoCodecType);
+  CodecPlugin* plugin = codecs::findCodecPlugin(plugins, params.videoCodecType, MP4LIB_CATEGORY_VIDEO);
   context.videoPlugin = plugin;
   plugins.active.videoEncoder = plugin;
   if (plugin == nullptr || plugin->initEncode == nullptr) return 0;

@@ -97,6 +97,21 @@ TEST_F(PluginRegistry, FirstFoundOfOneCodecTypeIsSelected) {
   platform::unloadLibrary(first);
 }
 
+TEST_F(PluginRegistry, APluginIsFoundOnlyInItsOwnCategory) {
+  folder.addPlugin("codectest_h263", test::sharedLibraryName("codecvideo"));
+  folder.addPlugin("codectest_amr", test::sharedLibraryName("codecaudio"));
+  discoverCodecPluginsBeside(test::plugins(), folder.moduleFileInside().c_str());
+  ASSERT_EQ(test::plugins().count, 2);
+  CodecPlugin* h263 = findCodecPluginByType(test::plugins(), MP4LIB_CODEC_TYPE_H263);
+  CodecPlugin* amr = findCodecPluginByType(test::plugins(), MP4LIB_CODEC_TYPE_AMR);
+  ASSERT_NE(h263, nullptr);
+  ASSERT_NE(amr, nullptr);
+  EXPECT_EQ(findCodecPlugin(test::plugins(), MP4LIB_CODEC_TYPE_H263, MP4LIB_CATEGORY_VIDEO), h263);
+  EXPECT_EQ(findCodecPlugin(test::plugins(), MP4LIB_CODEC_TYPE_AMR, MP4LIB_CATEGORY_AUDIO), amr);
+  EXPECT_EQ(findCodecPlugin(test::plugins(), MP4LIB_CODEC_TYPE_H263, MP4LIB_CATEGORY_AUDIO), nullptr);
+  EXPECT_EQ(findCodecPlugin(test::plugins(), MP4LIB_CODEC_TYPE_AMR, MP4LIB_CATEGORY_VIDEO), nullptr);
+}
+
 TEST_F(PluginRegistry, StopsLoadingAtTenPlugins) {
   for (int i = 0; i < 11; ++i) folder.addPlugin("codectest_h263", test::sharedLibraryName("codec" + std::to_string(10 + i)));
   discoverCodecPluginsBeside(test::plugins(), folder.moduleFileInside().c_str());

@@ -213,6 +213,20 @@ TEST(BoxParser, HeaderFields) {
   EXPECT_EQ(t.codec->kind, 0);
 }
 
+// The last box of the first track claims to run on over the second track,
+// past the end of its own parent. It is read only as far as its parent
+// goes, so the second track is read once, by "moov" (read to its claim, it
+// would be read twice, and each such level would double the reading).
+TEST(BoxParser, ABoxIsReadNoFurtherThanItsParent) {
+  const Bytes second = test::trak(test::tkhd(2, 1, 0, 0), test::mdhd(1000, 1), test::hdlr("", "soun", {0}), {});
+  const Bytes overrunning = ByteWriter().u32(static_cast<std::uint32_t>(8 + second.size())).text("edts");
+  const Bytes first = box("trak", concat({test::tkhd(1, 1, 0, 0), test::mdhd(1000, 1), overrunning}));
+  ParsedMovie parsed(concat({test::ftyp(), mdatOf(4), box("moov", concat({test::mvhd(1000, 1), first, second}))}));
+  ASSERT_EQ(parsed.status, 0);
+  EXPECT_EQ(parsed.movie->trackCount, 2);
+  EXPECT_EQ(parsed.track(1).trackId, 2u);
+}
+
 TEST(BoxParser, HandlerComponentTypesAndNames) {
   // MP4 handler: kind from the subtype, names end at a zero byte.
   const Bytes mp4 = test::trak(test::tkhd(1, 1, 0, 0), test::mdhd(1000, 1), test::hdlr("", "soun", {'a', 0}), {});

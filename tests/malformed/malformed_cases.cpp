@@ -433,6 +433,30 @@ Bytes deeplyNested(int depth) {
   return bytes;
 }
 
+// The video "stbl" inside `depth` nested "edts" boxes, each claiming 16
+// bytes more than it holds, so that each runs past its parent's end into
+// the audio track. A box is read only as far as its parent goes, so the
+// tables are read where they lie and the movie is the valid one (read to
+// its full claim, every level would read the audio track again, twice as
+// often as the level above: 2^40 times).
+Bytes overrunningNest(int depth) {
+  Movie movie = validMovie();
+  Box& minf = movie.box(kVideoTrak + "/mdia/minf");
+  Box nested = minf.children.back();
+  for (int level = 0; level < depth; ++level) nested = container("edts", {nested});
+  minf.children.back() = nested;
+  const WrittenMovie exact = writeMovie(movie);
+  std::string path = kVideoTrak + "/mdia/minf";
+  for (int level = 0; level < depth; ++level) {
+    path += "/edts";
+    const BoxPlace& place = exact.place(path);
+    Box& box = movie.box(path);
+    box.sizeForm = SizeForm::kGiven;
+    box.givenSize = static_cast<std::uint32_t>(place.end - place.start + 16);
+  }
+  return writeMovie(movie).bytes;
+}
+
 // The video "stbl" inside 40 nested "edts" boxes (a container type): every
 // table is still read where it lies, so the movie is the valid one. Inside
 // 200 it lies deeper than the reader goes (128 levels), so the video track
@@ -451,6 +475,7 @@ void addNesting(Cases& cases) {
   minf.children.back() = nested;
   cases.add("video tables 200 boxes deep", writeMovie(movie).bytes, Expected{});
   cases.add("100000 nested skip boxes", deeplyNested(100000), asValid());
+  cases.add("video tables in 40 boxes each 16 bytes longer than its parent", overrunningNest(40), asValid());
 }
 
 // ---- AMR with other frame sizes ----------------------------------------------------------
@@ -496,11 +521,10 @@ void addAmrFrameSizes(Cases& cases) {
 
 // ---- Whole-file layouts ----------------------------------------------------------------
 
-Box vendorBox(std::uint32_t revision, std::uint32_t flags) {
+Box vendorBox(std::uint32_t revision, std::uint32_t flags, std::uint32_t videoCodec = MP4LIB_CODEC_TYPE_H263) {
   Bytes payload;
   putType(payload, "WMVH");
-  for (std::uint32_t word :
-       {0x00010000u | revision, 0u, 0u, kWidth, kHeight, 3u, flags, 10u, 0u, 0u, MP4LIB_CODEC_TYPE_H263}) {
+  for (std::uint32_t word : {0x00010000u | revision, 0u, 0u, kWidth, kHeight, 3u, flags, 10u, 0u, 0u, videoCodec}) {
     put32(payload, word);
   }
   // The last four words are in the writer's (little-endian) order.
@@ -561,6 +585,19 @@ void addLayouts(Cases& cases) {
   Expected vendorExpected = opensWith(kVideoSamples, kAudioSamples);
   with(vendorExpected, check(Check::kAudioSampleMs, 20));
   cases.add("vendor box", vendor, vendorExpected);
+  // A vendor box naming the AMR codec type for the pictures, as it is or
+  // with its bytes swapped: no video plug-in has that type, so the pictures
+  // go to the plug-in of the sample description (H.263), never to the AMR
+  // plug-in, which would treat the picture buffer as a sound buffer.
+  const std::uint32_t amrSwapped = 0x14101010u;
+  static_assert(MP4LIB_CODEC_TYPE_AMR == 0x10101014u, "the AMR codec type, swapped above");
+  for (std::uint32_t code : {MP4LIB_CODEC_TYPE_AMR, amrSwapped}) {
+    Movie amrPictures = validMovie();
+    amrPictures.boxes.insert(amrPictures.boxes.begin() + 1, vendorBox(5, 12, code));
+    Expected shown = opensWith(kVideoSamples, kAudioSamples);
+    for (int i = 0; i < kVideoSamples; ++i) with(shown, check(Check::kVideoShows, i, 0, videoSample(i)));
+    cases.add("vendor box names AMR for the pictures " + hex(code), amrPictures, shown);
+  }
   // Revision 4 and below time audio in the movie time scale (deliberately):
   // 160 x 1000 / 1000 = 160 ms.
   Movie oldVendor = validMovie();

@@ -101,6 +101,16 @@ TEST_F(EncoderTest, UnknownVideoCodecTypeFails) {
   EXPECT_EQ(test::plugins().active.videoEncoder, nullptr);
 }
 
+// The AMR plug-in is loaded, but it is no video plug-in; nor is H.263 a
+// sound codec. Neither is asked to start.
+TEST_F(EncoderTest, ACodecTypeOfTheOtherCategoryFindsNoPlugIn) {
+  EXPECT_EQ(init(videoParams(MP4LIB_CODEC_TYPE_AMR, 0)), nullptr);
+  EXPECT_EQ(countCalls(control(MP4LIB_CODEC_TYPE_AMR), TP_INIT_ENCODE), 0);
+  EXPECT_EQ(init(audioParams(MP4LIB_CODEC_TYPE_H263, 20)), nullptr);
+  EXPECT_EQ(countCalls(control(MP4LIB_CODEC_TYPE_H263), TP_INIT_ENCODE), 0);
+  EXPECT_FALSE(test::recorder().active.load());
+}
+
 TEST_F(EncoderTest, AFailingVideoPlugInsValueIsReturned) {
   control(MP4LIB_CODEC_TYPE_H263)->initEncodeResult = 0x300;
   EncoderParams params = videoParams(MP4LIB_CODEC_TYPE_H263, 0);
